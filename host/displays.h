@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef UPSCALER_HOST_DISPLAYS_H
+#define UPSCALER_HOST_DISPLAYS_H
+
+#include <EGL/egl.h>
+
+#include <mutex>
+#include <unordered_map>
+
+namespace android::host {
+
+/// The displays of the process: the default one, which the host opens for itself, and how often
+/// clients have initialised each. Any thread.
+class Displays {
+  public:
+    static Displays& get();
+
+    /// The default display, initialised on the host's account and never terminated before exit: the
+    /// driver's own or, where that cannot be initialised, one without a display server.
+    /// EGL_NO_DISPLAY if neither works; the next call tries again.
+    EGLDisplay openDefault();
+
+    // What eglGetDisplay, eglInitialize and eglTerminate answer.
+    EGLDisplay getDisplay(EGLNativeDisplayType native);
+    EGLBoolean initialize(EGLDisplay display, EGLint* major, EGLint* minor);
+    EGLBoolean terminate(EGLDisplay display);
+
+    /// EGL_SUCCESS if clients may use `display`, otherwise the error that they get.
+    EGLint check(EGLDisplay display);
+
+    /// Whether `display` is the one of `openDefault`.
+    bool isDefault(EGLDisplay display);
+
+    /// Ends the host's own use of the default display, at exit, unless a client still uses it.
+    void close();
+
+  private:
+    std::mutex mDefaultMutex;
+    EGLDisplay mDefault = EGL_NO_DISPLAY;
+
+    // Held through a whole initialisation or termination, so that a client never finds a display
+    // half ended by another.
+    std::mutex mClientMutex;
+    std::unordered_map<EGLDisplay, unsigned> mClients;
+};
+
+}  // namespace android::host
+
+#endif  // UPSCALER_HOST_DISPLAYS_H

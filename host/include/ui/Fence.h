@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef UPSCALER_HOST_UI_FENCE_H
+#define UPSCALER_HOST_UI_FENCE_H
+
+#include <android-base/unique_fd.h>
+#include <ui/HostExport.h>
+#include <utils/Errors.h>
+#include <utils/LightRefBase.h>
+#include <utils/StrongPointer.h>
+#include <utils/Timers.h>
+
+#include <cstdint>
+
+namespace android {
+
+/// The end of some GPU work, as a descriptor that becomes readable then and stays so. Held by `sp`.
+/// Nothing changes a fence, so any thread may call any member.
+class UPSCALER_HOST_API Fence : public LightRefBase<Fence> {
+  public:
+    /// A fence without a descriptor, on which no wait is needed.
+    static const sp<Fence> NO_FENCE;
+    /// Timeout of `wait` that never ends.
+    static constexpr int TIMEOUT_NEVER = -1;
+    /// `getSignalTime` without an answer: no such time, and not yet. Both are later than any time.
+    static constexpr nsecs_t SIGNAL_TIME_INVALID = INT64_MAX;
+    static constexpr nsecs_t SIGNAL_TIME_PENDING = INT64_MAX - 1;
+
+    enum class Status {
+        Invalid,     ///< The descriptor is bad.
+        Unsignaled,  ///< The work is not done.
+        Signaled,    ///< The work is done, or there is no descriptor.
+    };
+
+    Fence() = default;
+    /// Owns `fenceFd` and closes it; -1 makes a fence without a descriptor.
+    explicit Fence(int fenceFd);
+    explicit Fence(base::unique_fd fenceFd);
+    Fence(const Fence&) = delete;
+    Fence& operator=(const Fence&) = delete;
+
+    /// Whether there is a descriptor.
+    bool isValid() const { return mFenceFd != -1; }
+
+    /// Waits for the signal. @param timeout in milliseconds; TIMEOUT_NEVER for no limit.
+    /// @return NO_ERROR, at once if there is no descriptor; -ETIME; -EINVAL for a bad descriptor.
+    status_t wait(int timeout);
+    /// As `wait` without a limit, but after three seconds logs that `logname` still waits.
+    status_t waitForever(const char* logname);
+
+    /// A new fence that signals when both have. One without a descriptor counts as signalled; if
+    /// both are, or on an error (which is logged), the result is NO_FENCE. `f1` and `f2` are not
+    /// null.
+    /// @param name for the kernel's and the log's use.
+    static sp<Fence> merge(const char* name, const sp<Fence>& f1, const sp<Fence>& f2);
+
+    /// The descriptor, which stays the fence's: do not close it. -1 if there is none.
+    int get() const { return mFenceFd.get(); }
+    /// A copy of the descriptor, which is the caller's to close; -1 and errno (EBADF if there is
+    /// none) on failure.
+    int dup() const;
+
+    /// When the work was done: nanoseconds of CLOCK_MONOTONIC, SIGNAL_TIME_PENDING if it is not,
+    /// and SIGNAL_TIME_INVALID if there is no descriptor or it keeps no time. The host's own
+    /// descriptors keep it for the latest few thousand fences of this process.
+    nsecs_t getSignalTime() const;
+    /// What a `wait` of no length finds.
+    Status getStatus();
+
+  private:
+    friend class LightRefBase<Fence>;
+    ~Fence() = default;
+
+    base::unique_fd mFenceFd;
+};
+
+}  // namespace android
+
+#endif  // UPSCALER_HOST_UI_FENCE_H

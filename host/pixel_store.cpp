@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "host/pixel_store.h"
+
+#include <new>
+
+#include "host/gl_thread.h"
+
+namespace android::host {
+namespace {
+
+void clearGlErrors() {
+    while (driver().glGetError() != GL_NO_ERROR) {
+    }
+}
+
+status_t glStatus() {
+    return driver().glGetError() == GL_NO_ERROR ? OK : UNKNOWN_ERROR;
+}
+
+void attach(GLuint texture) {
+    driver().glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture,
+                                    0);
+}
+
+// A transfer's rows on GL's side: the view itself if no conversion is needed, otherwise packed
+// rows.
+struct Rows {
+    Rows(const Transfer& transfer, uint32_t width, uint32_t height, std::vector<uint8_t>* view)
+        : rowBytes(size_t{width} * transfer.bytesPerPixel) {
+        if (transfer.convert != nullptr) packed.resize(rowBytes * height);
+        data = transfer.convert != nullptr ? packed.data() : view->data();
+    }
+    size_t rowBytes;
+    std::vector<uint8_t> packed;
+    uint8_t* data;
+};
+
+}  // namespace
+
+PixelStore::PixelStore(uint32_t width, uint32_t height, const FormatInfo& format)
+    : mFormat(format),
+      mWidth(width),
+      mHeight(height),
+      // Wider than an odd width, so that a client that takes the width for it is found out.
+      mStride(width + width % 2) {}
+
+status_t PixelStore::create(uint32_t width, uint32_t height, const FormatInfo& format,
+                            std::shared_ptr<PixelStore>* store) {
+    const std::shared_ptr<PixelStore> made(new PixelStore(width, height, format));
+    status_t status = NO_INIT;
+    GlThread::get().run([&](const HostContext& host) { status = made->allocate(host); });
+    if (status == OK) *store = made;
+    return status;
+}
+
+status_t PixelStore::allocate(const HostContext& host) {
+    const auto most = static_cast<uint32_t>(host.maxTextureSize);
+    if (mWidth > most || mHeight > most) return NO_MEMORY;
+
+    const Driver& gl = driver();
+    clearGlErrors();
+    gl.glGenTextures(1, &mTexture);
+    gl.glBindTexture(GL_TEXTURE_2D, mTexture);
+    gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    gl.glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    gl.glTexStorage2D(GL_TEXTURE_2D, 1, mFormat.internalFormat, static_cast<GLsizei>(mWidth),
+                      static_cast<GLsizei>(mHeight));
+    const GLenum stored = gl.glGetError();
+    if (stored == GL_OUT_OF_MEMORY) return NO_MEMORY;
+    if (stored != GL_NO_ERROR) return UNKNOWN_ERROR;
+
+    attach(mTexture);
+    if (gl.glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
+        return UNKNOWN_ERROR;
+    }
+    gl.glClear(GL_COLOR_BUFFER_BIT);
+    attach(0);
+    gl.glFinish();
+    return gl.glGetError() == GL_NO_ERROR ? OK : NO_MEMORY;
+}
+
+PixelStore::~PixelStore() {
+    // If the thread is gone, so is the context with all that is in it.
+    GlThread::get().run([this](const HostContext& host) {
+        if (mImage != EGL_NO_IMAGE_KHR) driver().eglDestroyImageKHR(host.display, mImage);
+        driver().glDeleteTextures(1, &mTexture);
+    });
+}
+
+status_t PixelStore::lock(bool forWriting, void** address) {
+    const std::lock_guard<std::mutex> lock(mViewMutex);
+    if (mLocks == 0) {
+        const status_t status = readBack();
+        if (status != OK) {
+            mView = {};
+            return status;
+        }
+        mWritten = false;
+    }
+    ++mLocks;
+    mWritten |= forWriting;
+    *address = mView.data();
+    return OK;
+}
+
+status_t PixelStore::unlock() {
+    const std::lock_guard<std::mutex> lock(mViewMutex);
+    if (mLocks == 0) return OK;
+    const status_t status = mWritten ? upload() : OK;
+    if (--mLocks == 0) mView = {};
+    return status;
+}
+
+status_t PixelStore::readBack() {
+    const Transfer& transfer = mFormat.readBack;
+    status_t status = NO_INIT;
+    mView.resize(size_t{bytesPerRow()} * mHeight);
+    Rows rows(transfer, mWidth, mHeight, &mView);
+    GlThread::get().run([&](const HostContext&) {
+        const Driver& gl = driver();
+        clearGlErrors();
+        attach(mTexture);
+        if (transfer.convert == nullptr) {
+            gl.glPixelStorei(GL_PACK_ROW_LENGTH, static_cast<GLint>(mStride));
+        }
+        gl.glReadPixels(0, 0, static_cast<GLsizei>(mWidth), static_cast<GLsizei>(mHeight),
+                        transfer.format, transfer.type, rows.data);
+        gl.glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+        attach(0);
+        status = glStatus();
+    });
+    if (status == OK && transfer.convert != nullptr) {
+        for (size_t y = 0; y < mHeight; ++y) {
+            transfer.convert(rows.data + y * rows.rowBytes, mView.data() + y * bytesPerRow(),
+                             mWidth);
+        }
+    }
+    return status;
+}
+
+status_t PixelStore::upload() {
+    const Transfer& transfer = mFormat.upload;
+    status_t status = NO_INIT;
+    Rows rows(transfer, mWidth, mHeight, &mView);
+    if (transfer.convert != nullptr) {
+        for (size_t y = 0; y < mHeight; ++y) {
+            transfer.convert(mView.data() + y * bytesPerRow(), rows.data + y * rows.rowBytes,
+                             mWidth);
+        }
+    }
+    GlThread::get().run([&](const HostContext&) {
+        const Driver& gl = driver();
+        clearGlErrors();
+        gl.glBindTexture(GL_TEXTURE_2D, mTexture);
+        if (transfer.convert == nullptr) {
+            gl.glPixelStorei(GL_UNPACK_ROW_LENGTH, static_cast<GLint>(mStride));
+        }
+        gl.glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, static_cast<GLsizei>(mWidth),
+                           static_cast<GLsizei>(mHeight), transfer.format, transfer.type,
+                           rows.data);
+        gl.glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+        gl.glFinish();  // Other contexts only see what is done.
+        status = glStatus();
+    });
+    return status;
+}
+
+EGLImageKHR PixelStore::image() {
+    EGLImageKHR image = EGL_NO_IMAGE_KHR;
+    GlThread::get().run([&](const HostContext& host) {
+        if (mImage == EGL_NO_IMAGE_KHR && driver().eglCreateImageKHR != nullptr) {
+            const EGLint attributes[] = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE};
+            mImage = driver().eglCreateImageKHR(
+                    host.display, host.context, EGL_GL_TEXTURE_2D_KHR,
+                    reinterpret_cast<EGLClientBuffer>(static_cast<uintptr_t>(mTexture)),
+                    attributes);
+        }
+        image = mImage;
+    });
+    return image;
+}
+
+}  // namespace android::host

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef UPSCALER_HOST_THREAD_H
+#define UPSCALER_HOST_THREAD_H
+
+#include <functional>
+#include <thread>
+
+namespace android::host {
+
+/// Starts a thread of the host's own: named for debuggers, and with all signals blocked, so that
+/// the client's handlers stay on the client's threads and a pipe without a reader ends nothing.
+/// @throws std::system_error if there is no thread to be had.
+std::thread startThread(const char* name, std::function<void()> body);
+
+}  // namespace android::host
+
+#endif  // UPSCALER_HOST_THREAD_H

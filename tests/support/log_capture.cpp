@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "support/log_capture.h"
+
+#include <android/log.h>
+
+#include <mutex>
+
+namespace android::test {
+namespace {
+
+std::mutex gMutex;
+std::vector<LogLine> gLines;
+
+void capture(const __android_logger_data* data, const char* message) {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    gLines.push_back({data->priority, data->tag == nullptr ? "" : data->tag, message});
+}
+
+}  // namespace
+
+LogCapture::LogCapture() {
+    clear();
+    __android_log_set_logger(capture);
+}
+
+LogCapture::~LogCapture() { __android_log_set_logger(__android_log_stderr_logger); }
+
+std::vector<LogLine> LogCapture::lines() const {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    return gLines;
+}
+
+void LogCapture::clear() {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    gLines.clear();
+}
+
+std::vector<std::string> LogCapture::texts(int priority) const {
+    std::vector<std::string> texts;
+    for (const LogLine& line : lines()) {
+        if (line.priority == priority) texts.push_back(line.text);
+    }
+    return texts;
+}
+
+}  // namespace android::test

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef UPSCALER_GFX_LOG_H
+#define UPSCALER_GFX_LOG_H
+
+#include <android/log.h>
+
+#include "upscaler/upscaler.h"
+
+namespace android {
+
+constexpr char kLogTag[] = "Upscaler";
+
+// Both bits are needed: either alone keeps the log quiet.
+constexpr uint32_t kDebugLogMask = 0x21;
+
+}  // namespace android
+
+// The arguments are evaluated only when the line is written: some of them ask GL or EGL.
+#define UPS_LOGD(...)                                                                         \
+    do {                                                                                      \
+        if ((::android::resizeBufferLogLevel & ::android::kDebugLogMask) ==                   \
+            ::android::kDebugLogMask)                                                         \
+            __android_log_print(ANDROID_LOG_DEBUG, ::android::kLogTag, __VA_ARGS__);          \
+    } while (0)
+
+#define UPS_LOGE(...) __android_log_print(ANDROID_LOG_ERROR, ::android::kLogTag, __VA_ARGS__)
+
+#endif  // UPSCALER_GFX_LOG_H

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: Apache-2.0
+// Robust contrast-adaptive sharpening of AMD FidelityFX Super Resolution 1.0, full precision.
+//
+// Kept different from the published form: the sharpness is a plain float, both reciprocals are
+// exact, and the pixel position comes from the texture coordinate.
+#include "upscaler/shaders/glsl.h"
+#include "upscaler/shaders/shaders.h"
+
+namespace android {
+
+const char kRcasFragment[] = GLSL_VERSION R"glsl(
+precision highp float;
+precision highp int;
+
+uniform sampler2D screenTexture;
+uniform float sharpness;  // 1.0 full strength, halved for each stop
+uniform highp vec4 SizeInfo;  // [input_width, input_height, output_width, output_height]
+in highp vec2 v_TexCoord;
+out highp vec4 OutColor;
+
+)glsl" GLSL_FSR_SCALARS R"glsl(
+float AMax3F1(float x, float y, float z) { return max(x, max(y, z)); }
+float AMin3F1(float x, float y, float z) { return min(x, min(y, z)); }
+
+#define FSR_RCAS_LIMIT (0.25 - (1.0 / 16.0))
+
+// Not clamped: outside the picture, what the driver returns is used.
+vec4 FsrRcasLoadF(ivec2 p) { return texelFetch(screenTexture, p, 0); }
+
+// The hook for an input transform; there is none.
+void FsrRcasInputF(inout float r, inout float g, inout float b) {}
+
+//     b
+//   d e f
+//     h
+void FsrRcasF(out float pixR, out float pixG, out float pixB, uvec2 ip, float sharpness) {
+    ivec2 sp = ivec2(ip);
+    vec3 b = FsrRcasLoadF(sp + ivec2(0, -1)).rgb;
+    vec3 d = FsrRcasLoadF(sp + ivec2(-1, 0)).rgb;
+    vec3 e = FsrRcasLoadF(sp).rgb;
+    vec3 f = FsrRcasLoadF(sp + ivec2(1, 0)).rgb;
+    vec3 h = FsrRcasLoadF(sp + ivec2(0, 1)).rgb;
+    float bR = b.r;
+    float bG = b.g;
+    float bB = b.b;
+    float dR = d.r;
+    float dG = d.g;
+    float dB = d.b;
+    float eR = e.r;
+    float eG = e.g;
+    float eB = e.b;
+    float fR = f.r;
+    float fG = f.g;
+    float fB = f.b;
+    float hR = h.r;
+    float hG = h.g;
+    float hB = h.b;
+    FsrRcasInputF(bR, bG, bB);
+    FsrRcasInputF(dR, dG, dB);
+    FsrRcasInputF(eR, eG, eB);
+    FsrRcasInputF(fR, fG, fB);
+    FsrRcasInputF(hR, hG, hB);
+
+    // Luma times two.
+    float bL = bB * 0.5 + (bR * 0.5 + bG);
+    float dL = dB * 0.5 + (dR * 0.5 + dG);
+    float eL = eB * 0.5 + (eR * 0.5 + eG);
+    float fL = fB * 0.5 + (fR * 0.5 + fG);
+    float hL = hB * 0.5 + (hR * 0.5 + hG);
+
+    // The noise estimate is not applied: denoising stays off.
+    float nz = 0.25 * bL + 0.25 * dL + 0.25 * fL + 0.25 * hL - eL;
+    nz = ASatF1(abs(nz) * ARcpF1(AMax3F1(AMax3F1(bL, dL, eL), fL, hL) - AMin3F1(AMin3F1(bL, dL, eL), fL, hL)));
+    nz = -0.5 * nz + 1.0;
+
+    // The neighbours only, not the centre.
+    float mn4R = min(AMin3F1(bR, dR, fR), hR);
+    float mn4G = min(AMin3F1(bG, dG, fG), hG);
+    float mn4B = min(AMin3F1(bB, dB, fB), hB);
+    float mx4R = max(AMax3F1(bR, dR, fR), hR);
+    float mx4G = max(AMax3F1(bG, dG, fG), hG);
+    float mx4B = max(AMax3F1(bB, dB, fB), hB);
+
+    vec2 peakC = vec2(1.0, -1.0 * 4.0);
+    float hitMinR = min(mn4R, eR) * ARcpF1(4.0 * mx4R);
+    float hitMinG = min(mn4G, eG) * ARcpF1(4.0 * mx4G);
+    float hitMinB = min(mn4B, eB) * ARcpF1(4.0 * mx4B);
+    float hitMaxR = (peakC.x - max(mx4R, eR)) * ARcpF1(4.0 * mn4R + peakC.y);
+    float hitMaxG = (peakC.x - max(mx4G, eG)) * ARcpF1(4.0 * mn4G + peakC.y);
+    float hitMaxB = (peakC.x - max(mx4B, eB)) * ARcpF1(4.0 * mn4B + peakC.y);
+    float lobeR = max(-hitMinR, hitMaxR);
+    float lobeG = max(-hitMinG, hitMaxG);
+    float lobeB = max(-hitMinB, hitMaxB);
+    float lobe = max(-FSR_RCAS_LIMIT, min(AMax3F1(lobeR, lobeG, lobeB), 0.0)) * sharpness;
+
+    float rcpL = ARcpF1(4.0 * lobe + 1.0);
+    pixR = (lobe * bR + lobe * dR + lobe * hR + lobe * fR + eR) * rcpL;
+    pixG = (lobe * bG + lobe * dG + lobe * hG + lobe * fG + eG) * rcpL;
+    pixB = (lobe * bB + lobe * dB + lobe * hB + lobe * fB + eB) * rcpL;
+}
+
+vec3 RCASPassCommon(uvec2 gxy) {
+    vec3 color = vec3(0.0);
+    FsrRcasF(color.r, color.g, color.b, gxy, sharpness);
+    return color;
+}
+
+void main() {
+    vec2 gxy = v_TexCoord;
+    uvec2 SvPosition = uvec2(gxy.x * SizeInfo[2], gxy.y * SizeInfo[3]);
+    OutColor = vec4(RCASPassCommon(SvPosition), 1.0);
+}
+)glsl";
+
+}  // namespace android

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef UPSCALER_SHADERS_SHADERS_H
+#define UPSCALER_SHADERS_SHADERS_H
+
+#include <string>
+
+// The GLSL ES 3.20 sources, whole texts ready to compile. Every program pairs kFullScreenVertex with
+// one fragment shader; every fragment shader reads the one sampler "screenTexture".
+namespace android {
+
+extern const char kFullScreenVertex[];
+
+extern const char kCopyExternalFragment[];
+extern const char kCopy2dFragment[];
+extern const char kRgb2hsvFragment[];
+extern const char kEasuFragment[];
+extern const char kRcasFragment[];
+
+std::string casSharpenFragment();
+std::string casUpscaleFragment();
+std::string casVUpscaleFragment();
+std::string casTUpscaleFragment();
+
+}  // namespace android
+
+#endif  // UPSCALER_SHADERS_SHADERS_H
