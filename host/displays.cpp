@@ -66,6 +66,7 @@ EGLBoolean Displays::terminate(EGLDisplay display) {
 }
 
 EGLint Displays::check(EGLDisplay display) {
+    if (display == EGL_NO_DISPLAY) return EGL_BAD_DISPLAY;
     const std::lock_guard<std::mutex> lock(mClientMutex);
     if (mClients.count(display) != 0) return EGL_SUCCESS;
     if (isDefault(display)) return EGL_NOT_INITIALIZED;

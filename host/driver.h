@@ -18,7 +18,7 @@ namespace android::host {
     X(eglClientWaitSyncKHR) X(eglCreateImageKHR) X(eglCreateSyncKHR) X(eglDestroyImageKHR) \
     X(eglDestroySyncKHR) X(eglDupNativeFenceFDANDROID)
 #define HOST_GL_FUNCTIONS(X) \
-    X(glBindFramebuffer) X(glBindTexture) X(glCheckFramebufferStatus) X(glClear) X(glDeleteTextures) \
+    X(glBindFramebuffer) X(glBindTexture) X(glCheckFramebufferStatus) X(glDeleteTextures) \
     X(glFinish) X(glFlush) X(glFramebufferTexture2D) X(glGenFramebuffers) X(glGenTextures) \
     X(glGetError) X(glGetIntegerv) X(glPixelStorei) X(glReadPixels) X(glTexParameteri) \
     X(glTexStorage2D) X(glTexSubImage2D)

@@ -22,9 +22,9 @@ namespace android::host {
 /// The thread that signals the host's fences. Each is a pipe whose reading end the client gets; the
 /// signal is one byte and the end of the file, so it stays for every copy of the descriptor.
 ///
-/// Fences complete in any order, so the thread blocks in none of the driver's waits. It asks again and
-/// again, at times that grow with the fence's age up to a millisecond. Started by the first fence;
-/// ended at exit. Any thread may call.
+/// Fences complete in any order, so the thread blocks in none of the driver's waits. It asks again
+/// and again, at times that grow with the fence's age up to a millisecond. Started by the first
+/// fence; ended at exit. Any thread may call.
 class FenceWaiter {
   public:
     static FenceWaiter& get();

@@ -49,6 +49,12 @@ status_t PixelStore::create(uint32_t width, uint32_t height, const FormatInfo& f
     const std::shared_ptr<PixelStore> made(new PixelStore(width, height, format));
     status_t status = NO_INIT;
     GlThread::get().run([&](const HostContext& host) { status = made->allocate(host); });
+    if (status != OK) return status;
+    // Not by glClear: one driver puts that off until this context reads, after the client's
+    // drawing.
+    made->mView.resize(made->viewBytes());
+    status = made->upload();
+    made->mView = {};
     if (status == OK) *store = made;
     return status;
 }
@@ -73,10 +79,8 @@ status_t PixelStore::allocate(const HostContext& host) {
     if (gl.glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
         return UNKNOWN_ERROR;
     }
-    gl.glClear(GL_COLOR_BUFFER_BIT);
     attach(0);
-    gl.glFinish();
-    return gl.glGetError() == GL_NO_ERROR ? OK : NO_MEMORY;
+    return OK;
 }
 
 PixelStore::~PixelStore() {
@@ -114,7 +118,7 @@ status_t PixelStore::unlock() {
 status_t PixelStore::readBack() {
     const Transfer& transfer = mFormat.readBack;
     status_t status = NO_INIT;
-    mView.resize(size_t{bytesPerRow()} * mHeight);
+    mView.resize(viewBytes());
     Rows rows(transfer, mWidth, mHeight, &mView);
     GlThread::get().run([&](const HostContext&) {
         const Driver& gl = driver();

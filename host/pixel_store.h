@@ -4,6 +4,7 @@
 
 #include <utils/Errors.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -46,6 +47,7 @@ class PixelStore {
   private:
     PixelStore(uint32_t width, uint32_t height, const FormatInfo& format);
     status_t allocate(const HostContext& host);
+    size_t viewBytes() const { return size_t{bytesPerRow()} * mHeight; }
     status_t readBack();
     status_t upload();
 

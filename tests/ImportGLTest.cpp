@@ -138,6 +138,7 @@ TEST_F(ImportGLTest, FailedImageIsLoggedNotCachedAndTriedAgain) {
 TEST_F(ImportGLTest, BufferWithoutPixelsIsRefused) {
     sp<GraphicBuffer> broken = makeBuffer(1u << 20, 1);
     ASSERT_NE(broken->initCheck(), OK);
+    log.clear();
     sharpen(broken, dst);
     ASSERT_FALSE(log.errors().empty());
     EXPECT_EQ(log.errors()[0], "get_texture: EGL_NO_IMAGE_KHR");

@@ -119,12 +119,11 @@ TEST_P(OperationGLTest, DebugLinesOfTheFrame) {
     EXPECT_EQ(log.debug().front(), lines.front());
     EXPECT_EQ(log.debug().back(), lines.back());
 
-    // Between the copy pass and the last program's use.
+    // Directly before the last program is put to use.
     const auto all = log.debug();
     const auto at = std::find(all.begin(), all.end(), name + ": sharpness: 1.250000");
-    const std::string use = "use: Start use program of GfxShader, program id: ";
-    EXPECT_EQ(*(at - 1), "setInt: Finish setInt of GfxShader") << "or, behind EASU, its last uniform";
-    EXPECT_EQ((at + 1)->find(use), 0u);
+    const GfxShader& last = *((*upscaler).*GetParam().passes.back().program);
+    EXPECT_EQ(*(at + 1), "use: Start use program of GfxShader, program id: " + std::to_string(last.getID()));
 
     for (const uint32_t half : {0x20u, 0x01u}) {
         resizeBufferLogLevel = half;
@@ -298,26 +297,30 @@ TEST(FenceGLTest, TheCallReturnsBeforeTheGpuIsDone) {
 
 // ---- casResize and the texture it does not own ----------------------------------------------------------
 
-TEST(StaleTextureGLTest, CasResizeDeletesTheNameThatFsrLeftEvenIfABufferHasItNow) {
+TEST(StaleTextureGLTest, CasResizeDeletesTheNameThatFsrLeftWhoeverHasItNow) {
     OwnedUpscaler upscaler;
     sp<GraphicBuffer> src = makeBuffer(8, 8);
     sp<GraphicBuffer> dst = makeBuffer(16, 16);
-    sp<GraphicBuffer> late = makeBuffer(16, 16);
+    sp<GraphicBuffer> late = makeBuffer(8, 8);
     sp<Fence> fence;
+    uint32_t& stale = (*upscaler).*UpscalerPeer::kTextureColorEasu;
     GlTrace trace;
     upscaler->casResize(src, dst, 0.5f, &fence);
     EXPECT_EQ(trace.named("glDeleteTextures")[0].result, 0u) << "nothing left yet: the name 0";
     upscaler->fsrResize(src, dst, 0.0f, &fence);
-    const uint32_t stale = (*upscaler).*UpscalerPeer::kTextureColorEasu;
     EXPECT_NE(stale, 0u);
+    EXPECT_FALSE(glIsTexture(stale));
 
+    // Some drivers give freed names out again (ANGLE), some do not for long (Mesa): here, a buffer
+    // imported late has been given the freed name.
     trace.clear();
-    upscaler->casResize(src, late, 0.5f, &fence);
+    upscaler->casSharpen(late, dst, 0.5f, &fence);
+    stale = static_cast<uint32_t>(trace.named("glGenTextures")[0].result);
+    ASSERT_TRUE(glIsTexture(stale));
+    trace.clear();
+    upscaler->casResize(src, dst, 0.5f, &fence);
     EXPECT_EQ(trace.named("glDeleteTextures")[0].result, stale);
-    // A buffer imported after the fsrResize has been given the freed name, and has lost its texture.
-    bool lateHasIt = false;
-    for (const auto& entry : UpscalerPeer::textures(*upscaler)) lateHasIt |= entry.second == stale;
-    if (lateHasIt) EXPECT_FALSE(glIsTexture(stale));
+    EXPECT_FALSE(glIsTexture(stale)) << "the late buffer has lost its texture";
 
     // The other three never touch it.
     for (const char* name : {"casSharpen", "casvUpscale", "casTUpscale"}) {

@@ -36,9 +36,9 @@ uint64_t bitsOf(T value) {
 }
 
 // What a glGen or glDelete call made or deleted.
-GLuint firstName(const GLuint* names) { return *names; }
 template <typename T>
-uint64_t firstName(T) {
+uint64_t firstName(T argument) {
+    if constexpr (std::is_same_v<T, GLuint*> || std::is_same_v<T, const GLuint*>) return *argument;
     return 0;
 }
 

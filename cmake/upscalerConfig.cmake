@@ -1,0 +1,6 @@
+include(CMakeFindDependencyMacro)
+find_dependency(PkgConfig)
+pkg_check_modules(EGL REQUIRED IMPORTED_TARGET egl)
+pkg_check_modules(GLES REQUIRED IMPORTED_TARGET glesv2)
+include("${CMAKE_CURRENT_LIST_DIR}/AndroidPlatform.cmake")
+include("${CMAKE_CURRENT_LIST_DIR}/upscalerTargets.cmake")

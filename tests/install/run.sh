@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# Installs a build, moves the tree, and builds and runs clients against it in every way that is promised.
+# Usage: run.sh BUILD_FOLDER
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+build=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+DESTDIR="$work/stage" cmake --install "$build" >"$work/install.log"
+prefix=$(sed -n 's/^CMAKE_INSTALL_PREFIX:[^=]*=//p' "$build/CMakeCache.txt")
+test -z "$(find "$work/stage" -type f -not -path "$work/stage$prefix/*")"
+mv "$work/stage$prefix" "$work/moved"
+prefix="$work/moved"
+
+# Nothing outside its own folders, and the two libraries with their SONAMEs.
+libdir=$(dirname "$(find "$prefix" -name libupscaler.so)")
+for name in libupscaler libupscaler_host; do
+    readelf -d "$libdir/$name.so" | grep -q "SONAME.*\[$name.so.0\]"
+done
+test -f "$prefix/include/upscaler/upscaler.h"
+test -x "$prefix/bin/upscale"
+"$prefix/bin/upscale" --version
+test "$(ls "$prefix/include")" = upscaler
+
+export PKG_CONFIG_PATH="$libdir/pkgconfig"
+cflags=$(pkg-config --cflags upscaler)
+libs=$(pkg-config --libs upscaler)
+cd "$work"
+try() { # name, command...
+    local name=$1
+    shift
+    "$@" -o client
+    ./client >/dev/null && echo "ok: $name"
+}
+for cxx in g++ clang++; do
+    try "$cxx, pkg-config" $cxx -std=c++17 "$here/client.cpp" $cflags $libs
+    try "$cxx, -lEGL before" $cxx -std=c++17 "$here/client.cpp" $cflags -lEGL $libs
+    try "$cxx, -lEGL after" $cxx -std=c++17 "$here/client.cpp" $cflags $libs -lEGL
+    try "$cxx, --as-needed" $cxx -std=c++17 -Wl,--as-needed "$here/client.cpp" $cflags -lEGL $libs
+done
+g++ -std=c++17 "$here/dlopen_client.cpp" $cflags -Wl,--no-as-needed -lEGL -Wl,--as-needed $libs -ldl -o dlopen_client
+./dlopen_client "$libdir/libupscaler.so" && echo "ok: dlopen"
+cmake -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log"
+cmake --build "$work/cmake" >>"$work/cmake.log"
+"$work/cmake/client" >/dev/null && echo "ok: find_package"
+# The header compiles by itself, without a warning.
+for cxx in g++ clang++; do
+    echo '#include <upscaler/upscaler.h>' | $cxx -std=c++17 -x c++ -fsyntax-only -Wall -Wextra -Wpedantic -Wshadow -Werror $cflags -
+done
+echo "ok: header"

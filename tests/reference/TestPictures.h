@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// Pictures that hurt: where scaling and sharpening go wrong first.
+#ifndef UPSCALER_TESTS_REFERENCE_TESTPICTURES_H
+#define UPSCALER_TESTS_REFERENCE_TESTPICTURES_H
+
+#include <vector>
+
+#include "reference/Picture.h"
+
+namespace reference {
+
+struct NamedPicture {
+    const char* name;
+    Picture (*make)(Size);
+};
+
+/// The same pictures at each run, to the bit.
+const std::vector<NamedPicture>& testPictures();
+
+/// Random bytes in all channels.
+Picture noise(Size size);
+
+Picture flat(Size size, const Rgb8& colour);
+
+}  // namespace reference
+
+#endif  // UPSCALER_TESTS_REFERENCE_TESTPICTURES_H

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// PNG files of every kind, made with libpng itself.
+#ifndef UPSCALER_TESTS_TOOLS_PNG_SAMPLES_H
+#define UPSCALER_TESTS_TOOLS_PNG_SAMPLES_H
+
+#include <cstdint>
+#include <string>
+
+#include "tools/picture.h"
+
+/// A way to store a picture.
+struct PngKind {
+    const char* name;
+    int colourType;
+    int depth;
+    bool transparentColour;  ///< Has a tRNS chunk.
+    bool interlaced;
+};
+
+/// Writes a picture with varied samples in the given way.
+/// @return what a reader should see, worked out from the samples.
+upscale::Picture writeSamplePng(const std::string& path, const PngKind& kind, std::uint32_t width,
+                                std::uint32_t height);
+
+/// Writes a picture as the tool does.
+void savePng(const std::string& path, const upscale::Picture& picture);
+upscale::Picture loadPng(const std::string& path);
+
+/// The colour type in the file's header.
+int storedColourType(const std::string& path);
+
+/// Changes the size in the header of a PNG file, given as bytes, with a fitting checksum.
+std::string withHeaderSize(std::string png, std::uint32_t width, std::uint32_t height);
+
+#endif  // UPSCALER_TESTS_TOOLS_PNG_SAMPLES_H

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "arguments.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <sstream>
+
+#include "failure.h"
+
+namespace upscale {
+namespace {
+
+constexpr char kFooter[] =
+        "Sizes are in pixels. --list tells what each operation does and how it counts its "
+        "sharpness.\n"
+        "Any PNG can be read; 8 bits are written, with the input's colour tags: grey for grey, "
+        "and\n"
+        "with alpha only if some pixel is transparent. OUT is written whole or not at all, and an\n"
+        "existing file is replaced only with --force.\n"
+        "\n"
+        "Environment: debug.vardi.display.ups.enable=21 makes the library log its steps, which\n"
+        "--verbose shows.\n"
+        "\n"
+        "Exit status: 0 done; 1 the input, the output or the work on it failed; 2 wrong usage;\n"
+        "3 no usable EGL and OpenGL ES 3 driver.";
+
+class HelpFormatter : public CLI::Formatter {
+  public:
+    std::string make_usage(const CLI::App*, std::string) const override {
+        return "Usage: upscale [--op OP] (--size WxH | --scale F) [--sharpness S] [--force]\n"
+               "               [--verbose] IN.png OUT.png\n";
+    }
+};
+
+[[noreturn]] void usage(const std::string& option, const std::string& reason) {
+    throw Failure(Exit::Usage, option, reason);
+}
+
+// The whole of the text as a number, or nothing.
+template <typename Number>
+std::optional<Number> parseNumber(const std::string& text) {
+    Number number{};
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    return number;
+}
+
+Size parseSize(const std::string& text) {
+    const std::size_t cross = text.find('x');
+    if (cross != std::string::npos) {
+        const auto width = parseNumber<std::uint32_t>(text.substr(0, cross));
+        const auto height = parseNumber<std::uint32_t>(text.substr(cross + 1));
+        if (width && height && *width > 0 && *height > 0) return {*width, *height};
+    }
+    usage("--size", "'" + text + "' is no size; give it as 1920x1080");
+}
+
+double parseScale(const std::string& text) {
+    const auto scale = parseNumber<double>(text);
+    if (!scale || !std::isfinite(*scale) || *scale <= 0) {
+        usage("--scale", "'" + text + "' is no scale; give a number above 0");
+    }
+    return *scale;
+}
+
+float parseSharpness(const std::string& text, const Operation& operation) {
+    const auto sharpness = parseNumber<float>(text);
+    const auto [low, high] = std::minmax(operation.scale->strongest, operation.scale->weakest);
+    if (!sharpness || !std::isfinite(*sharpness) || *sharpness < low || *sharpness > high) {
+        usage("--sharpness", "'" + text + "' is no sharpness of " + operation.name + " (" +
+                                     operation.scale->words + ")");
+    }
+    return *sharpness;
+}
+
+const Operation& parseOperation(const std::string& name) {
+    if (const Operation* operation = findOperation(name)) return *operation;
+    std::string names;
+    for (const Operation& operation : kOperations) {
+        names += names.empty() ? operation.name : std::string(", ") + operation.name;
+    }
+    usage("--op", "'" + name + "' is no operation; there are " + names);
+}
+
+void printList() {
+    for (const Operation& operation : kOperations) {
+        std::printf("%-12s %s\n%-12s sharpness %s; default %g\n", operation.name,
+                    operation.description, "", operation.scale->words,
+                    static_cast<double>(operation.defaultSharpness));
+    }
+}
+
+std::uint32_t scaledSide(std::uint32_t side, double scale) {
+    constexpr double kMost = std::numeric_limits<std::uint32_t>::max();
+    return static_cast<std::uint32_t>(std::min(std::floor(side * scale + 0.5), kMost));
+}
+
+}  // namespace
+
+Size Arguments::outputSize(std::uint32_t width, std::uint32_t height) const {
+    if (size) return *size;
+    const Size scaled = {scaledSide(width, scale), scaledSide(height, scale)};
+    if (scaled.width == 0 || scaled.height == 0) {
+        std::ostringstream reason;
+        reason << width << "x" << height << " scaled by " << scale << " leaves no pixels";
+        throw Failure(Exit::Failed, input, reason.str());
+    }
+    return scaled;
+}
+
+std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
+    Arguments arguments;
+    std::string name = kOperations.front().name;
+    std::string size;
+    std::string scale;
+    std::string sharpness;
+    bool list = false;
+    bool version = false;
+
+    CLI::App app("Rescales and sharpens a PNG picture on the GPU.", "upscale");
+    app.formatter(std::make_shared<HelpFormatter>());
+    app.add_flag("--version", version, "Print the version and exit");
+    app.add_flag("--list", list, "Print the operations and exit");
+    app.add_option("--op", name, "Operation")->capture_default_str()->type_name("OP");
+    auto* sizeOption = app.add_option("--size", size, "Size of the output")->type_name("WxH");
+    auto* scaleOption = app.add_option("--scale", scale, "Or its size in terms of the input's");
+    scaleOption->type_name("F");
+    auto* sharpnessOption =
+            app.add_option("--sharpness", sharpness, "Sharpness; see --list")->type_name("S");
+    app.add_flag("--force", arguments.force, "Replace OUT if it exists");
+    app.add_flag("--verbose", arguments.verbose,
+                 "Report the driver, the sizes, the times and the library's log on stderr");
+    app.add_option("IN", arguments.input, "PNG picture to read")->type_name("");
+    app.add_option("OUT", arguments.output, "PNG picture to write")->type_name("");
+    app.footer(kFooter);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& text) {
+        app.exit(text);
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        usage("wrong usage", error.what());
+    }
+    if (list) printList();
+    if (version) std::puts("upscale " UPSCALE_VERSION);
+    if (list || version) return std::nullopt;
+    if (arguments.output.empty()) usage("wrong usage", "give the pictures IN and OUT; see --help");
+    if (sizeOption->empty() == scaleOption->empty()) {
+        usage("wrong usage", "give one of --size and --scale");
+    }
+    arguments.operation = &parseOperation(name);
+    if (!sizeOption->empty()) arguments.size = parseSize(size);
+    if (!scaleOption->empty()) arguments.scale = parseScale(scale);
+    arguments.sharpness = sharpnessOption->empty()
+                                  ? arguments.operation->defaultSharpness
+                                  : parseSharpness(sharpness, *arguments.operation);
+    return arguments;
+}
+
+}  // namespace upscale
