@@ -77,14 +77,10 @@ TEST(ConstantsTest, CasSharpnessIsInvertedAndClamped) {
         uint32_t half;
     };
     const Row rows[] = {
-            {1.0f, {1, 5, 8}, -0.125f, 0xB000},
-            {0.0f, {1, 5, 8}, -0.2f, 0xB266},
-            {0.5f, {1, 5, 8}, -1.0f / 6.5f, 0xB0EC},
-            {7.0f, {1, 5, 8}, -0.125f, 0xB000},
-            {-7.0f, {1, 5, 8}, -0.2f, 0xB266},
-            {1.0f, kCast, -20.0f / 120.0f, 0xB155},
-            {0.5f, kCast, -20.0f / 97.5f, 0xB290},
-            {0.0f, kCast, -20.0f / 75.0f, 0xB444},
+            {1.0f, {1, 5, 8}, -0.125f, 0xB000},      {0.0f, {1, 5, 8}, -0.2f, 0xB266},
+            {0.5f, {1, 5, 8}, -1.0f / 6.5f, 0xB0EC}, {7.0f, {1, 5, 8}, -0.125f, 0xB000},
+            {-7.0f, {1, 5, 8}, -0.2f, 0xB266},       {1.0f, kCast, -20.0f / 120.0f, 0xB155},
+            {0.5f, kCast, -20.0f / 97.5f, 0xB290},   {0.0f, kCast, -20.0f / 75.0f, 0xB444},
             {-1.0f, kCast, -20.0f / 75.0f, 0xB444},
     };
     for (const Row& row : rows) {
@@ -109,9 +105,9 @@ TEST(ConstantsTest, CasSizesAreQuotients) {
     EXPECT_EQ(equal.const1[2], bits(8.0f));
 
     const Cas cas(1.0f, {1, 5, 8}, {25, 30}, {41, 90});
-    EXPECT_THAT(cas.const0, ElementsAre(bits(25.0f / 41.0f), bits(30.0f / 90.0f),
-                                        bits(0.5f * 25.0f / 41.0f - 0.5f),
-                                        bits(0.5f * 30.0f / 90.0f - 0.5f)));
+    EXPECT_THAT(cas.const0,
+                ElementsAre(bits(25.0f / 41.0f), bits(30.0f / 90.0f),
+                            bits(0.5f * 25.0f / 41.0f - 0.5f), bits(0.5f * 30.0f / 90.0f - 0.5f)));
     EXPECT_EQ(cas.const1[2], bits(8.0f * 25.0f / 41.0f));
     EXPECT_EQ(cas.const1[3], 0u);
 }
@@ -123,9 +119,10 @@ TEST(ConstantsTest, HalfBitsTruncateAndClamp) {
     };
     const float inf = std::numeric_limits<float>::infinity();
     const Row rows[] = {
-            {0.0f, 0x0000},      {-0.0f, 0x8000},    {1.0f, 0x3C00},      {-2.0f, 0xC000},
-            {65504.0f, 0x7BFF},  {65536.0f, 0x7BFF}, {inf, 0x7BFF},       {-inf, 0xFBFF},
-            {0x1p-14f, 0x0400},  {0x1p-15f, 0x0200}, {0x1p-24f, 0x0001},  {0x1.8p-25f, 0x0000},
+            {0.0f, 0x0000},       {-0.0f, 0x8000},      {1.0f, 0x3C00},
+            {-2.0f, 0xC000},      {65504.0f, 0x7BFF},   {65536.0f, 0x7BFF},
+            {inf, 0x7BFF},        {-inf, 0xFBFF},       {0x1p-14f, 0x0400},
+            {0x1p-15f, 0x0200},   {0x1p-24f, 0x0001},   {0x1.8p-25f, 0x0000},
             {0x1.8p-24f, 0x0001}, {0x1.ffcp0f, 0x3FFF}, {0x1.fffffep0f, 0x3FFF},
     };
     for (const Row& row : rows) {

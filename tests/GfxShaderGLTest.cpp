@@ -17,7 +17,8 @@ using ::testing::StartsWith;
 
 const std::string kVertex = "#version 320 es\nvoid main() { gl_Position = vec4(0.0); }\n";
 const std::string kFragment =
-        "#version 320 es\nprecision highp float;\nout vec4 color;\nuniform int i;\nuniform float f;\n"
+        "#version 320 es\nprecision highp float;\nout vec4 color;\nuniform int i;\nuniform float "
+        "f;\n"
         "uniform vec4 v;\nuniform highp uvec4 u;\n"
         "void main() { color = v + vec4(u) + vec4(f + float(i)); }\n";
 const std::string kBroken = "#version 320 es\nvoid main() { nonsense = 1; }\n";
@@ -68,11 +69,13 @@ TEST_F(GfxShaderGLTest, UnknownUniformIsLoggedAndIgnored) {
 TEST_F(GfxShaderGLTest, BrokenFragmentIsLoggedAndKeepsItsName) {
     const GfxShader shader(kVertex, kBroken);
     EXPECT_NE(shader.getID(), 0u);
-    EXPECT_THAT(log.errors(),
-                ElementsAre(AllOf(StartsWith("ERROR:SHADER_COMPILATION_ERROR of type: FRAGMENT \n "),
-                                  HasSubstr("nonsense")),
-                            StartsWith("ERROR:PROGRAM_LINKING_ERROR of type: PROGRAM \n ")));
-    for (const LogLine& line : log.lines()) EXPECT_EQ(line.tag, "Upscaler");
+    EXPECT_THAT(
+            log.errors(),
+            ElementsAre(AllOf(StartsWith("ERROR:SHADER_COMPILATION_ERROR of type: FRAGMENT \n "),
+                              HasSubstr("nonsense")),
+                        StartsWith("ERROR:PROGRAM_LINKING_ERROR of type: PROGRAM \n ")));
+    for (const LogLine& line : log.lines())
+        EXPECT_EQ(line.tag, "Upscaler");
 }
 
 TEST_F(GfxShaderGLTest, OnlyTheExactWordProgramAsksForTheLink) {
@@ -84,7 +87,8 @@ TEST_F(GfxShaderGLTest, OnlyTheExactWordProgramAsksForTheLink) {
     GlTrace trace;
     shader.checkCompileErrors(shader.getID(), "program");
     EXPECT_THAT(trace.names(), ElementsAre("glGetShaderiv", "glGetShaderiv", "glGetShaderInfoLog"));
-    EXPECT_THAT(log.errors(), Contains(StartsWith("ERROR:SHADER_COMPILATION_ERROR of type: program")));
+    EXPECT_THAT(log.errors(),
+                Contains(StartsWith("ERROR:SHADER_COMPILATION_ERROR of type: program")));
 }
 
 TEST_F(GfxShaderGLTest, WithoutContextTheNamesAreZero) {
@@ -119,8 +123,10 @@ TEST_F(GfxShaderGLTest, DebugLinesOfASetUp) {
     EXPECT_EQ(lines[12], "INFO:PROGRAM_LINKING_SUCCESS of type: PROGRAM \n");
     EXPECT_EQ(lines[13], "InitShader: Finish link shader program of GfxShader");
     EXPECT_EQ(lines[14], "InitShader: Finish inner constructor of GfxShader");
-    EXPECT_EQ(lines[15], "InitShader: Value of shader program ID at the end of Constructor: " + id(shader));
-    EXPECT_EQ(lines[16], "GfxShader: Value of shader program ID at the end of Constructor: " + id(shader));
+    EXPECT_EQ(lines[15],
+              "InitShader: Value of shader program ID at the end of Constructor: " + id(shader));
+    EXPECT_EQ(lines[16],
+              "GfxShader: Value of shader program ID at the end of Constructor: " + id(shader));
     EXPECT_EQ(lines[17], "GfxShader: Finish outter constructor of GfxShader");
 }
 
@@ -132,34 +138,45 @@ TEST_F(GfxShaderGLTest, DebugLinesOfTheSetters) {
     };
     resizeBufferLogLevel = 0x21;
     shader.use();
-    EXPECT_THAT(log.debug(), ElementsAre("use: Start use program of GfxShader, program id: " + program,
-                                         "use: Finish use program of GfxShader"));
+    EXPECT_THAT(log.debug(),
+                ElementsAre("use: Start use program of GfxShader, program id: " + program,
+                            "use: Finish use program of GfxShader"));
     log.clear();
     shader.setInt("i", 3);
-    EXPECT_THAT(log.debug(), ElementsAre("setInt: Start setInt of GfxShader, shader program ID: " + program,
-                                         "setInt: name: i, value: 3, value_location: " + at("i"),
-                                         "setInt: Finish setInt of GfxShader"));
+    EXPECT_THAT(log.debug(),
+                ElementsAre("setInt: Start setInt of GfxShader, shader program ID: " + program,
+                            "setInt: name: i, value: 3, value_location: " + at("i"),
+                            "setInt: Finish setInt of GfxShader"));
     log.clear();
     shader.setFloat("f", 0.5f);
     // The numbers of this line are not the float's; only its words are promised.
-    EXPECT_THAT(log.debug(), ElementsAre("setFloat: Start setFloat of GfxShader, shader program ID: " + program,
-                                         AllOf(StartsWith("setFloat: name: f, value: "), HasSubstr(", value_location: ")),
-                                         "setFloat: Finish setFloat of GfxShader"));
+    EXPECT_THAT(log.debug(),
+                ElementsAre("setFloat: Start setFloat of GfxShader, shader program ID: " + program,
+                            AllOf(StartsWith("setFloat: name: f, value: "),
+                                  HasSubstr(", value_location: ")),
+                            "setFloat: Finish setFloat of GfxShader"));
     log.clear();
     shader.setVec4("v", 0.5f, -1.0f, 2.0f, 0.0f);
-    EXPECT_THAT(log.debug(),
-                ElementsAre(">> setVec4", "setVec4: Start setVec4 of GfxShader, shader program ID: " + program,
-                            "setVec4: Start glGetUniformLocation", "setVec4: End glGetUniformLocation",
-                            "setVec4: name: v, x: 0.500000, y: -1.000000, z: 2.000000, w: 0.000000, value_location: " + at("v"),
-                            "setVec4: Start glUniform4f", "setVec4: End glUniform4f",
-                            "setVec4: Finish setVec4 of GfxShader", "<< setVec4"));
+    EXPECT_THAT(
+            log.debug(),
+            ElementsAre(">> setVec4",
+                        "setVec4: Start setVec4 of GfxShader, shader program ID: " + program,
+                        "setVec4: Start glGetUniformLocation", "setVec4: End glGetUniformLocation",
+                        "setVec4: name: v, x: 0.500000, y: -1.000000, z: 2.000000, w: 0.000000, "
+                        "value_location: " +
+                                at("v"),
+                        "setVec4: Start glUniform4f", "setVec4: End glUniform4f",
+                        "setVec4: Finish setVec4 of GfxShader", "<< setVec4"));
     log.clear();
     shader.setUvec4("u", 1, 2, 3, 4);
-    EXPECT_THAT(log.debug(),
-                ElementsAre(">> setUvec4", "setUvec4: Start setUvec4 of GfxShader, shader program ID: " + program,
-                            "setUvec4: Start glGetUniformLocation", "setUvec4: End glGetUniformLocation",
-                            StartsWith("setUvec4: name: u, x: "), "setUvec4: Start glUniform4ui",
-                            "setUvec4: End glUniform4ui", "setUvec4: Finish setUvec4 of GfxShader", "<< setUvec4"));
+    EXPECT_THAT(
+            log.debug(),
+            ElementsAre(">> setUvec4",
+                        "setUvec4: Start setUvec4 of GfxShader, shader program ID: " + program,
+                        "setUvec4: Start glGetUniformLocation",
+                        "setUvec4: End glGetUniformLocation", StartsWith("setUvec4: name: u, x: "),
+                        "setUvec4: Start glUniform4ui", "setUvec4: End glUniform4ui",
+                        "setUvec4: Finish setUvec4 of GfxShader", "<< setUvec4"));
 }
 
 TEST_F(GfxShaderGLTest, EveryGlCallIsCheckedWithItsText) {
@@ -194,8 +211,12 @@ TEST_F(GfxShaderGLTest, InfoLogIsFetchedUnderItsName) {
     GlTrace trace;
     trace.raiseAlways(GL_INVALID_VALUE);
     GfxShader(kVertex, kBroken);
-    EXPECT_THAT(log.errors(), Contains(HasSubstr("glGetShaderInfoLog(shader, InfoLogLength, NULL, &VertexShaderErrorMessage[0]) failed: INVALID_VALUE \n")));
-    EXPECT_THAT(log.errors(), Contains(HasSubstr("glGetProgramInfoLog(shader, InfoLogLength, NULL, &ProgramErrorMessage[0]) failed: INVALID_VALUE \n")));
+    EXPECT_THAT(log.errors(),
+                Contains(HasSubstr("glGetShaderInfoLog(shader, InfoLogLength, NULL, "
+                                   "&VertexShaderErrorMessage[0]) failed: INVALID_VALUE \n")));
+    EXPECT_THAT(log.errors(),
+                Contains(HasSubstr("glGetProgramInfoLog(shader, InfoLogLength, NULL, "
+                                   "&ProgramErrorMessage[0]) failed: INVALID_VALUE \n")));
 }
 
 }  // namespace

@@ -37,13 +37,16 @@ class ImportGLTest : public ::testing::Test {
     void SetUp() override { resizeBufferLogLevel = 0; }
     void TearDown() override { resizeBufferLogLevel = 0; }
 
-    void sharpen(sp<GraphicBuffer>& from, sp<GraphicBuffer>& to) { upscaler->casSharpen(from, to, 0.5f, &fence); }
+    void sharpen(sp<GraphicBuffer>& from, sp<GraphicBuffer>& to) {
+        upscaler->casSharpen(from, to, 0.5f, &fence);
+    }
 
     // Lines of get_texture itself.
     std::vector<std::string> importLines() const {
         std::vector<std::string> lines;
         for (const std::string& line : log.debug()) {
-            if (line.find("get_texture") == 0 || line.find("mTextureMap") == 0) lines.push_back(line);
+            if (line.find("get_texture") == 0 || line.find("mTextureMap") == 0)
+                lines.push_back(line);
         }
         return lines;
     }
@@ -61,12 +64,15 @@ TEST_F(ImportGLTest, EachBufferIsImportedOnceWithItsNativeBuffer) {
     const std::vector<GlCall> images = trace.named("eglCreateImageKHR");
     ASSERT_THAT(images, SizeIs(2));
     for (size_t i = 0; i < 2; ++i) {
-        EXPECT_EQ(images[i].arguments[0], reinterpret_cast<uintptr_t>(UpscalerPeer::display(*upscaler)));
+        EXPECT_EQ(images[i].arguments[0],
+                  reinterpret_cast<uintptr_t>(UpscalerPeer::display(*upscaler)));
         EXPECT_EQ(images[i].arguments[1], 0u) << "no context";
         EXPECT_EQ(images[i].uintAt(2), 0x3140u);
-        EXPECT_EQ(images[i].arguments[3], reinterpret_cast<uintptr_t>((i == 0 ? src : dst)->getNativeBuffer()));
+        EXPECT_EQ(images[i].arguments[3],
+                  reinterpret_cast<uintptr_t>((i == 0 ? src : dst)->getNativeBuffer()));
         const auto* attributes = reinterpret_cast<const EGLint*>(images[i].arguments[4]);
-        EXPECT_THAT(std::vector<EGLint>(attributes, attributes + 3), ElementsAre(0x30D2, 1, 0x3038));
+        EXPECT_THAT(std::vector<EGLint>(attributes, attributes + 3),
+                    ElementsAre(0x30D2, 1, 0x3038));
     }
     const std::vector<GlCall> bound = trace.named("glEGLImageTargetTexture2DOES");
     EXPECT_EQ(bound.at(0).uintAt(0), static_cast<uint32_t>(GL_TEXTURE_EXTERNAL_OES));
@@ -80,7 +86,9 @@ TEST_F(ImportGLTest, EachBufferIsImportedOnceWithItsNativeBuffer) {
     EXPECT_EQ(UpscalerPeer::textures(*upscaler), cached);
     EXPECT_THAT(UpscalerPeer::images(*upscaler), SizeIs(2));
     EXPECT_EQ(trace.named("glBindTexture")[0].arguments,
-              std::vector<uint64_t>({GL_TEXTURE_EXTERNAL_OES, cached.at(keyOf(reinterpret_cast<uintptr_t>(src->getNativeBuffer())))}));
+              std::vector<uint64_t>(
+                      {GL_TEXTURE_EXTERNAL_OES,
+                       cached.at(keyOf(reinterpret_cast<uintptr_t>(src->getNativeBuffer())))}));
 }
 
 TEST_F(ImportGLTest, DebugLinesOfAMissAndAHit) {
@@ -88,23 +96,27 @@ TEST_F(ImportGLTest, DebugLinesOfAMissAndAHit) {
     const auto address = [](const sp<GraphicBuffer>& buffer) {
         char text[128];
         const void* p = buffer->getNativeBuffer();
-        snprintf(text, sizeof(text), "get_texture: clientBuffer = %p, client buffer to hash=%llu", p,
-                 static_cast<unsigned long long>(keyOf(reinterpret_cast<uintptr_t>(p))));
+        snprintf(text, sizeof(text), "get_texture: clientBuffer = %p, client buffer to hash=%llu",
+                 p, static_cast<unsigned long long>(keyOf(reinterpret_cast<uintptr_t>(p))));
         return std::string(text);
     };
     sharpen(src, dst);
-    EXPECT_THAT(importLines(), ElementsAre("get_texture: texture_target: GL_TEXTURE_EXTERNAL_OES", address(src),
-                                           "get_texture: clientBuffer buffer is not existed",
-                                           "get_texture: eglCreateImageKHR error code=0x3000", "mTextureMap size=1",
-                                           "get_texture: texture_target: GL_TEXTURE_2D", address(dst),
-                                           "get_texture: clientBuffer buffer is not existed",
-                                           "get_texture: eglCreateImageKHR error code=0x3000", "mTextureMap size=2"));
+    EXPECT_THAT(
+            importLines(),
+            ElementsAre("get_texture: texture_target: GL_TEXTURE_EXTERNAL_OES", address(src),
+                        "get_texture: clientBuffer buffer is not existed",
+                        "get_texture: eglCreateImageKHR error code=0x3000", "mTextureMap size=1",
+                        "get_texture: texture_target: GL_TEXTURE_2D", address(dst),
+                        "get_texture: clientBuffer buffer is not existed",
+                        "get_texture: eglCreateImageKHR error code=0x3000", "mTextureMap size=2"));
     log.clear();
     sharpen(src, dst);
-    EXPECT_THAT(importLines(), ElementsAre("get_texture: texture_target: GL_TEXTURE_EXTERNAL_OES", address(src),
-                                           "get_texture: clientBuffer buffer is already existed", "mTextureMap size=2",
-                                           "get_texture: texture_target: GL_TEXTURE_2D", address(dst),
-                                           "get_texture: clientBuffer buffer is already existed", "mTextureMap size=2"));
+    EXPECT_THAT(importLines(),
+                ElementsAre("get_texture: texture_target: GL_TEXTURE_EXTERNAL_OES", address(src),
+                            "get_texture: clientBuffer buffer is already existed",
+                            "mTextureMap size=2", "get_texture: texture_target: GL_TEXTURE_2D",
+                            address(dst), "get_texture: clientBuffer buffer is already existed",
+                            "mTextureMap size=2"));
 }
 
 TEST_F(ImportGLTest, GlCallsOfAMissAreChecked) {
@@ -113,8 +125,10 @@ TEST_F(ImportGLTest, GlCallsOfAMissAreChecked) {
         sharpen(fresh, dst);
     });
     texts.resize(3);
-    EXPECT_THAT(texts, ElementsAre("glGenTextures(1, &texture)", "glBindTexture(texture_target, texture)",
-                                   "glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage)"));
+    EXPECT_THAT(
+            texts,
+            ElementsAre("glGenTextures(1, &texture)", "glBindTexture(texture_target, texture)",
+                        "glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage)"));
 }
 
 TEST_F(ImportGLTest, FailedImageIsLoggedNotCachedAndTriedAgain) {
@@ -148,8 +162,11 @@ TEST_F(ImportGLTest, BufferWithoutPixelsIsRefused) {
 TEST_F(ImportGLTest, OneBufferInBothRolesIsReported) {
     sharpen(src, src);
     ASSERT_FALSE(log.errors().empty());
-    EXPECT_THAT(log.errors()[0], AllOf(StartsWith("glGetError failed multimedia/display/upsservice/upscaler/upscaler: "),
-                                       EndsWith(": glBindTexture(texture_target, texture) failed: INVALID_OPERATION \n")));
+    EXPECT_THAT(
+            log.errors()[0],
+            AllOf(StartsWith("glGetError failed multimedia/display/upsservice/upscaler/upscaler: "),
+                  EndsWith(": glBindTexture(texture_target, texture) failed: INVALID_OPERATION "
+                           "\n")));
     EXPECT_THAT(UpscalerPeer::textures(*upscaler), SizeIs(1));
 }
 
@@ -181,7 +198,9 @@ TEST(EntryPointGLTest, AMissingOneFailsLikeItsCall) {
         bool fenceIsValid;
     };
     const char* const image = "get_texture: EGL_NO_IMAGE_KHR";
-    const char* const target = "glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage) failed: INVALID_OPERATION";
+    const char* const target =
+            "glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage) failed: "
+            "INVALID_OPERATION";
     const Row rows[] = {{"eglCreateImageKHR", {image, image}, true},
                         {"glEGLImageTargetTexture2DOES", {target, target}, true},
                         {"eglCreateSyncKHR", {}, false},
@@ -201,7 +220,8 @@ TEST(EntryPointGLTest, AMissingOneFailsLikeItsCall) {
         // Drawing with textures that have no image raises errors of its own behind these.
         const std::vector<std::string> errors = log.errors();
         ASSERT_GE(errors.size(), row.errors.size());
-        for (size_t i = 0; i < row.errors.size(); ++i) EXPECT_THAT(errors[i], HasSubstr(row.errors[i]));
+        for (size_t i = 0; i < row.errors.size(); ++i)
+            EXPECT_THAT(errors[i], HasSubstr(row.errors[i]));
         ASSERT_NE(fence, nullptr);
         EXPECT_EQ(fence->isValid(), row.fenceIsValid);
         EXPECT_EQ(trace.count("eglDupNativeFenceFDANDROID"), 1u);
@@ -211,7 +231,8 @@ TEST(EntryPointGLTest, AMissingOneFailsLikeItsCall) {
 size_t openDescriptors() {
     size_t count = 0;
     DIR* const directory = opendir("/proc/self/fd");
-    while (readdir(directory) != nullptr) ++count;
+    while (readdir(directory) != nullptr)
+        ++count;
     closedir(directory);
     return count;
 }
@@ -236,7 +257,8 @@ TEST_F(ImportGLTest, AThousandCallsOnAPairOfBuffersLeaveNothingBehind) {
             const OperationRow& row = operations()[static_cast<size_t>(i) % operations().size()];
             ((*upscaler).*row.call)(src, dst, 0.5f, &fence);
             images += trace.count("eglCreateImageKHR");
-            for (const char* wait : {"glFinish", "glClientWaitSync", "eglMakeCurrent", "glActiveTexture"})
+            for (const char* wait :
+                 {"glFinish", "glClientWaitSync", "eglMakeCurrent", "glActiveTexture"})
                 EXPECT_EQ(trace.count(wait), 0u);
             ASSERT_EQ(fence->wait(10000), OK);
         }

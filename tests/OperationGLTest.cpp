@@ -20,7 +20,9 @@ class OperationGLTest : public ::testing::TestWithParam<OperationRow> {
     void SetUp() override { resizeBufferLogLevel = 0; }
     void TearDown() override { resizeBufferLogLevel = 0; }
 
-    void call(float sharpness = 0.5f) { ((*upscaler).*GetParam().call)(src, dst, sharpness, &fence); }
+    void call(float sharpness = 0.5f) {
+        ((*upscaler).*GetParam().call)(src, dst, sharpness, &fence);
+    }
 
     OwnedUpscaler upscaler;
     LogCapture log;
@@ -81,26 +83,33 @@ TEST_P(OperationGLTest, ProgramsTargetsAndSizesOfEachPass) {
     const auto& passes = GetParam().passes;
     for (size_t i = 0; i < passes.size(); ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(trace.named("glUseProgram").at(i).uintAt(0), ((*upscaler).*passes[i].program)->getID());
+        EXPECT_EQ(trace.named("glUseProgram").at(i).uintAt(0),
+                  ((*upscaler).*passes[i].program)->getID());
         const bool atSource = passes[i].size == "src";
         const uint32_t width = (atSource ? src : dst)->getWidth();
         const uint32_t height = (atSource ? src : dst)->getHeight();
         EXPECT_THAT(trace.named("glViewport").at(i).arguments, ElementsAre(0u, 0u, width, height));
         if (passes[i].target != "dstTexture") {
             EXPECT_THAT(trace.named("glTexImage2D").at(i).arguments,
-                        ElementsAre(GL_TEXTURE_2D, 0u, GL_RGB, width, height, 0u, GL_RGB, GL_UNSIGNED_BYTE, 0u));
+                        ElementsAre(GL_TEXTURE_2D, 0u, GL_RGB, width, height, 0u, GL_RGB,
+                                    GL_UNSIGNED_BYTE, 0u));
             const uint64_t name = trace.named("glGenTextures").at(i).result;
             EXPECT_EQ(trace.named("glFramebufferTexture2D").at(i).arguments[3], name);
             // The next pass reads it.
             const auto binds = trace.named("glBindTexture");
-            EXPECT_EQ(std::count_if(binds.begin(), binds.end(), [&](const GlCall& bind) { return bind.arguments[1] == name; }), 2);
-            EXPECT_EQ(trace.named("glTexParameteri").at(2 * i).uintAt(2), static_cast<uint32_t>(GL_NEAREST));
+            EXPECT_EQ(std::count_if(binds.begin(), binds.end(),
+                                    [&](const GlCall& bind) { return bind.arguments[1] == name; }),
+                      2);
+            EXPECT_EQ(trace.named("glTexParameteri").at(2 * i).uintAt(2),
+                      static_cast<uint32_t>(GL_NEAREST));
             EXPECT_EQ(trace.named("glTexParameteri").at(2 * i + 1).uintAt(2),
-                      static_cast<uint32_t>(GetParam().magnification == "GL_LINEAR" ? GL_LINEAR : GL_NEAREST));
+                      static_cast<uint32_t>(GetParam().magnification == "GL_LINEAR" ? GL_LINEAR
+                                                                                    : GL_NEAREST));
         }
     }
     for (const GlCall& clear : trace.named("glClearColor")) {
-        for (size_t i = 0; i < 4; ++i) EXPECT_EQ(clear.floatAt(i), i < 3 ? 0.1f : 1.0f);
+        for (size_t i = 0; i < 4; ++i)
+            EXPECT_EQ(clear.floatAt(i), i < 3 ? 0.1f : 1.0f);
     }
 }
 
@@ -123,7 +132,8 @@ TEST_P(OperationGLTest, DebugLinesOfTheFrame) {
     const auto all = log.debug();
     const auto at = std::find(all.begin(), all.end(), name + ": sharpness: 1.250000");
     const GfxShader& last = *((*upscaler).*GetParam().passes.back().program);
-    EXPECT_EQ(*(at + 1), "use: Start use program of GfxShader, program id: " + std::to_string(last.getID()));
+    EXPECT_EQ(*(at + 1),
+              "use: Start use program of GfxShader, program id: " + std::to_string(last.getID()));
 
     for (const uint32_t half : {0x20u, 0x01u}) {
         resizeBufferLogLevel = half;
@@ -151,7 +161,8 @@ TEST_P(OperationGLTest, WithoutSyncOrDescriptorTheFenceIsInvalid) {
     };
     const Row rows[] = {
             {"eglCreateSyncKHR", "syncForReleaseLocked: error creating EGL fence: 0x3004"},
-            {"eglDupNativeFenceFDANDROID", "syncForReleaseLocked: error dup'ing native fence fd: 0x3004"},
+            {"eglDupNativeFenceFDANDROID",
+             "syncForReleaseLocked: error dup'ing native fence fd: 0x3004"},
     };
     call();
     for (const Row& row : rows) {
@@ -164,7 +175,8 @@ TEST_P(OperationGLTest, WithoutSyncOrDescriptorTheFenceIsInvalid) {
         ASSERT_NE(fence, nullptr);
         EXPECT_FALSE(fence->isValid());
         EXPECT_THAT(log.lines(), IsEmpty()) << "told at debug level only";
-        EXPECT_THAT(trace.names(), ElementsAreArray(expectedCalls(GetParam()))) << "the frame goes on";
+        EXPECT_THAT(trace.names(), ElementsAreArray(expectedCalls(GetParam())))
+                << "the frame goes on";
 
         resizeBufferLogLevel = 0x21;
         trace.failNext(row.fails);
@@ -179,7 +191,8 @@ TEST_P(OperationGLTest, WithoutSyncOrDescriptorTheFenceIsInvalid) {
 INSTANTIATE_TEST_SUITE_P(All, OperationGLTest, ::testing::ValuesIn(operations()),
                          [](const auto& row) { return row.param.name; });
 
-// ---- Uniforms -----------------------------------------------------------------------------------------
+// ---- Uniforms
+// -----------------------------------------------------------------------------------------
 
 struct Uniform {
     std::string name;
@@ -194,7 +207,8 @@ std::vector<Uniform> uniformsOf(const GlTrace& trace) {
             uniforms.push_back({call.text, static_cast<int32_t>(call.result), {}});
         } else if (call.name.compare(0, 9, "glUniform") == 0) {
             EXPECT_EQ(call.intAt(0), uniforms.back().location);
-            for (size_t i = 1; i < call.arguments.size(); ++i) uniforms.back().words.push_back(call.uintAt(i));
+            for (size_t i = 1; i < call.arguments.size(); ++i)
+                uniforms.back().words.push_back(call.uintAt(i));
         }
     }
     return uniforms;
@@ -240,11 +254,17 @@ TEST_P(UniformGLTest, ValuesToTheBit) {
 const Uniform kSampler = {"screenTexture", 0, {0}};
 const Uniform kSizeInfo = {"SizeInfo", 0, words(24.0f, 16.0f, 48.0f, 64.0f)};
 
-std::vector<Uniform> rcas(float scale) { return {kSampler, {"sharpness", 0, words(scale)}, kSizeInfo}; }
+std::vector<Uniform> rcas(float scale) {
+    return {kSampler, {"sharpness", 0, words(scale)}, kSizeInfo};
+}
 
 std::vector<Uniform> casScaling(float peak, uint32_t half) {
     std::vector<uint32_t> const1 = {words(peak)[0], half, words(4.0f)[0], 0};
-    return {kSampler, kSampler, kSizeInfo, {"Const0", 0, words(0.5f, 0.25f, -0.25f, -0.375f)}, {"Const1", 0, const1}};
+    return {kSampler,
+            kSampler,
+            kSizeInfo,
+            {"Const0", 0, words(0.5f, 0.25f, -0.25f, -0.375f)},
+            {"Const1", 0, const1}};
 }
 
 std::vector<Uniform> concat(std::vector<Uniform> first, const std::vector<Uniform>& second) {
@@ -254,16 +274,21 @@ std::vector<Uniform> concat(std::vector<Uniform> first, const std::vector<Unifor
 
 const UniformRow kUniformRows[] = {
         {"fsrResize", 2.0f,
-         concat({kSampler, kSampler,
-                 {"vec4_0", 0, words(24.0f * (1.0f / 48.0f), 0.25f, 12.0f * (1.0f / 48.0f) - 0.5f, -0.375f)},
+         concat({kSampler,
+                 kSampler,
+                 {"vec4_0", 0,
+                  words(24.0f * (1.0f / 48.0f), 0.25f, 12.0f * (1.0f / 48.0f) - 0.5f, -0.375f)},
                  {"vec4_1", 0, words(1.0f / 24.0f, 1.0f / 16.0f, 1.0f / 24.0f, -1.0f / 16.0f)},
                  {"vec4_2", 0, words(-1.0f / 24.0f, 2.0f / 16.0f, 1.0f / 24.0f, 2.0f / 16.0f)},
                  {"vec4_3", 0, words(0.0f, 4.0f / 16.0f, 0.0f, 0.0f)},
                  kSizeInfo},
                 rcas(0.25f))},
         {"neaResize", -1.0f, concat({kSampler, kSampler}, rcas(2.0f))},
-        {"casSharpen", 1.0f,
-         {kSampler, kSampler, {"SizeInfo", 0, words(48.0f, 64.0f, 48.0f, 64.0f)},
+        {"casSharpen",
+         1.0f,
+         {kSampler,
+          kSampler,
+          {"SizeInfo", 0, words(48.0f, 64.0f, 48.0f, 64.0f)},
           {"Const0", -1, words(1.0f, 1.0f, 0.0f, 0.0f)},
           {"Const1", 0, {words(-0.125f)[0], 0xB000, words(8.0f)[0], 0}}}},
         {"casResize", 0.0f, casScaling(-0.2f, 0xB266)},
@@ -274,7 +299,8 @@ const UniformRow kUniformRows[] = {
 INSTANTIATE_TEST_SUITE_P(All, UniformGLTest, ::testing::ValuesIn(kUniformRows),
                          [](const auto& row) { return std::string(row.param.operation); });
 
-// ---- The fence and the GPU ------------------------------------------------------------------------------
+// ---- The fence and the GPU
+// ------------------------------------------------------------------------------
 
 TEST(FenceGLTest, TheCallReturnsBeforeTheGpuIsDone) {
     OwnedUpscaler upscaler;
@@ -284,18 +310,21 @@ TEST(FenceGLTest, TheCallReturnsBeforeTheGpuIsDone) {
     fill(src, 0xFF804020);
     upscaler->fsrResize(src, dst, 0.0f, &fence);
     ASSERT_TRUE(fence->isValid());
-    EXPECT_EQ(fence->getStatus(), Fence::Status::Unsignaled) << "16 million pixels are not drawn that fast";
+    EXPECT_EQ(fence->getStatus(), Fence::Status::Unsignaled)
+            << "16 million pixels are not drawn that fast";
     ASSERT_EQ(fence->wait(120000), OK);
     pollfd signalled = {fence->get(), POLLIN, 0};
     EXPECT_EQ(poll(&signalled, 1, 0), 1);
     size_t wrong = 0;
-    eachPixel(dst, GraphicBuffer::USAGE_SW_READ_OFTEN, [&](uint32_t x, uint32_t y, uint32_t& pixel) {
-        if (x > 0 && y > 0 && x < 4095 && y < 4095 && pixel != 0xFF804020) ++wrong;
-    });
+    eachPixel(dst, GraphicBuffer::USAGE_SW_READ_OFTEN,
+              [&](uint32_t x, uint32_t y, uint32_t& pixel) {
+                  if (x > 0 && y > 0 && x < 4095 && y < 4095 && pixel != 0xFF804020) ++wrong;
+              });
     EXPECT_EQ(wrong, 0u);
 }
 
-// ---- casResize and the texture it does not own ----------------------------------------------------------
+// ---- casResize and the texture it does not own
+// ----------------------------------------------------------
 
 TEST(StaleTextureGLTest, CasResizeDeletesTheNameThatFsrLeftWhoeverHasItNow) {
     OwnedUpscaler upscaler;

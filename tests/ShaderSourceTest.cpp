@@ -23,29 +23,49 @@ struct Source {
 };
 
 const Source kSources[] = {
-        {"FullScreen", "vert", [] { return std::string(kFullScreenVertex); },
+        {"FullScreen",
+         "vert",
+         [] { return std::string(kFullScreenVertex); },
          {"out highp vec2 v_TexCoord;"}},
-        {"CopyExternal", "frag", [] { return std::string(kCopyExternalFragment); },
+        {"CopyExternal",
+         "frag",
+         [] { return std::string(kCopyExternalFragment); },
          {"uniform samplerExternalOES screenTexture;", "precision highp float;"}},
-        {"Copy2d", "frag", [] { return std::string(kCopy2dFragment); },
+        {"Copy2d",
+         "frag",
+         [] { return std::string(kCopy2dFragment); },
          {"uniform sampler2D screenTexture;", "precision highp float;"}},
-        {"Rgb2hsv", "frag", [] { return std::string(kRgb2hsvFragment); },
+        {"Rgb2hsv",
+         "frag",
+         [] { return std::string(kRgb2hsvFragment); },
          {"uniform samplerExternalOES screenTexture;", "vec3 rgb2hsv(vec3 c)"}},
-        {"Easu", "frag", [] { return std::string(kEasuFragment); },
+        {"Easu",
+         "frag",
+         [] { return std::string(kEasuFragment); },
          {"uniform sampler2D screenTexture;", "uniform vec4 vec4_0;", "uniform vec4 vec4_3;",
           "uniform highp vec4 SizeInfo;"}},
-        {"Rcas", "frag", [] { return std::string(kRcasFragment); },
+        {"Rcas",
+         "frag",
+         [] { return std::string(kRcasFragment); },
          {"uniform sampler2D screenTexture;", "uniform float sharpness;",
           "uniform highp vec4 SizeInfo;"}},
-        {"CasSharpen", "frag", casSharpenFragment,
+        {"CasSharpen",
+         "frag",
+         casSharpenFragment,
          {"precision highp float;", "in vec2 v_TexCoord;", "casFilterNoScaling"}},
-        {"CasUpscale", "frag", casUpscaleFragment,
+        {"CasUpscale",
+         "frag",
+         casUpscaleFragment,
          {"precision highp float;", "in vec2 v_TexCoord;", "minimumGreen"}},
-        {"CasVUpscale", "frag", casVUpscaleFragment,
+        {"CasVUpscale",
+         "frag",
+         casVUpscaleFragment,
          {"precision highp float;", "in vec2 v_TexCoord;", "hsv2rgb", "rcpWB"}},
-        {"CasTUpscale", "frag", casTUpscaleFragment,
-         {"precision mediump float;", "in highp vec2 v_TexCoord;",
-          "highp vec2 pixelPosition", "highp ivec2 finalSamplePosition"}},
+        {"CasTUpscale",
+         "frag",
+         casTUpscaleFragment,
+         {"precision mediump float;", "in highp vec2 v_TexCoord;", "highp vec2 pixelPosition",
+          "highp ivec2 finalSamplePosition"}},
 };
 
 class ShaderSourceTest : public ::testing::TestWithParam<Source> {};
@@ -54,7 +74,8 @@ TEST_P(ShaderSourceTest, ValidatorTakesItAsGlslEs320) {
     const Source& source = GetParam();
     const std::string text = source.text();
     EXPECT_THAT(text, StartsWith("#version 320 es\n"));
-    for (const char* declaration : source.declares) EXPECT_THAT(text, HasSubstr(declaration));
+    for (const char* declaration : source.declares)
+        EXPECT_THAT(text, HasSubstr(declaration));
     EXPECT_THAT(text, Not(HasSubstr("$"))) << "a placeholder was left";
 
     const std::string path = ::testing::TempDir() + source.name + "." + source.stage;

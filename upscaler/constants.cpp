@@ -73,7 +73,9 @@ void setEasuConstants(Size in, Size out, std::vector<float>& con0, std::vector<f
     con3[3] = 0.0f;
 }
 
-float rcasScale(float stops) { return exp2f(-stops); }
+float rcasScale(float stops) {
+    return exp2f(-stops);
+}
 
 void setCasConstants(float sharpness, const CasRange& range, Size in, Size out,
                      std::vector<uint32_t>& const0, std::vector<uint32_t>& const1) {
@@ -82,7 +84,8 @@ void setCasConstants(float sharpness, const CasRange& range, Size in, Size out,
     float x = 1.0f - sharpness;
     if (x < 0.0f) x = 0.0f;
     if (x > 1.0f) x = 1.0f;
-    const float peak = -range.numerator / (x * range.strongest + (range.weakest - x * range.weakest));
+    const float peak =
+            -range.numerator / (x * range.strongest + (range.weakest - x * range.weakest));
 
     const0[0] = bitsOf(in.width / out.width);
     const0[1] = bitsOf(in.height / out.height);

@@ -14,8 +14,8 @@ struct Size {
     float height;
 };
 
-// The four vectors of the published EASU set-up, the input viewport being the whole source, as plain
-// floats. Each vector has four elements, which are overwritten.
+// The four vectors of the published EASU set-up, the input viewport being the whole source, as
+// plain floats. Each vector has four elements, which are overwritten.
 void setEasuConstants(Size in, Size out, std::vector<float>& con0, std::vector<float>& con1,
                       std::vector<float>& con2, std::vector<float>& con3);
 
@@ -30,12 +30,13 @@ struct CasRange {
     float weakest;
 };
 
-// The two vectors of the CAS set-up, as bit patterns. Each has four elements, which are overwritten.
+// The two vectors of the CAS set-up, as bit patterns. Each has four elements, which are
+// overwritten.
 void setCasConstants(float sharpness, const CasRange& range, Size in, Size out,
                      std::vector<uint32_t>& const0, std::vector<uint32_t>& const1);
 
-// Half-precision bits in the low 16, by the table method: the mantissa is truncated, and what is too
-// large, infinite or not a number becomes the largest finite half of its sign.
+// Half-precision bits in the low 16, by the table method: the mantissa is truncated, and what is
+// too large, infinite or not a number becomes the largest finite half of its sign.
 uint32_t halfBits(float value);
 
 }  // namespace android

@@ -29,7 +29,8 @@ uint32_t lowBits(const void* handle) {
 #if defined(__clang__)
 __attribute__((no_sanitize("unsigned-integer-overflow")))
 #endif
-uint64_t bufferKey(const void* clientBuffer) {
+uint64_t
+bufferKey(const void* clientBuffer) {
     constexpr uint64_t kMul = 0x9ddfea08eb382d69;
     const uint64_t p = reinterpret_cast<uintptr_t>(clientBuffer);
     const uint64_t u = 8 + (static_cast<uint32_t>(p) << 3);
@@ -41,6 +42,14 @@ uint64_t bufferKey(const void* clientBuffer) {
     return y * kMul;
 }
 
+void sendVector(const GfxShader& shader, const char* name, const std::vector<float>& v) {
+    shader.setVec4(name, v[0], v[1], v[2], v[3]);
+}
+
+void sendVector(const GfxShader& shader, const char* name, const std::vector<uint32_t>& v) {
+    shader.setUvec4(name, v[0], v[1], v[2], v[3]);
+}
+
 // A GL constant with the word that the log has for it.
 struct Enum {
     GLenum value;
@@ -49,7 +58,7 @@ struct Enum {
 
 }  // namespace
 
-// ---- The operations, as data ----------------------------------------------------------------------------------------
+// ---- The operations, as data ----
 
 // The locals of one call that its passes need.
 struct Upscaler::Call {
@@ -76,17 +85,27 @@ struct Upscaler::Extent {
     }
 };
 
+// What a pass draws into, and through which framebuffer.
+struct Upscaler::Target {
+    const Name* texture;  // null: the destination buffer's
+    Name frameBuffer;
+};
+
+// What a pass sends to its program besides the sampler.
+struct Upscaler::Uniforms {
+    // In the order in which traces show them.
+    void (*send)(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    const Extent* inputSize;   // what they are told of the input; the output is the destination
+    const CasRange* casRange;  // null but for CAS
+};
+
 // One full-screen pass. What all passes have in common is in draw().
 struct Upscaler::Pass {
     const std::unique_ptr<GfxShader> Upscaler::*program;
-    const Name* input;    // null: the source buffer
-    const Name* target;   // null: the destination buffer
-    Name frameBuffer;
-    const Extent* size;   // of the target
-    // Sends the uniforms other than the sampler, in the order in which traces show them; may be null.
-    void (*sendUniforms)(Upscaler&, const GfxShader&, const Pass&, const Call&);
-    const Extent* inputSize;   // for the uniforms: what they are told of the input
-    const CasRange* casRange;  // for the CAS constants
+    const Name* input;  // null: the source buffer
+    const Target* target;
+    const Extent* size;        // of the target
+    const Uniforms* uniforms;  // null: none but the sampler
 };
 
 // One operation. What all operations have in common is in run().
@@ -98,12 +117,12 @@ struct Upscaler::Operation {
     bool clears;             // each target, before its draw
     bool tracesSteps;        // trace sections around the steps behind the passes
     Enum magnification;      // filter of the intermediate textures
-    Flush flush;             // before the sync's descriptor is duplicated, or once the fence is handed over
+    Flush flush;             // before the dup of the sync's descriptor, or behind the new fence
     const Name* deletes[2];  // textures, at the end, in order; null where there is none
 };
 
-// clang-format off: tables, and call texts that the log prints.
-
+// Wide on purpose: tables.
+// clang-format off
 struct Upscaler::Table {
 #define NAME(member) {&Upscaler::member, #member}
 #define ENUM(value) {value, #value}
@@ -113,96 +132,123 @@ struct Upscaler::Table {
     static constexpr Name kCopyTexture = NAME(mTextureColorCopy);
     static constexpr Name kEasuTexture = NAME(mTextureColorEasu);
 
-    static constexpr CasRange kCasRange = {1.0f, 5.0f, 8.0f};
+    static constexpr Target kCopyTarget = {&kCopyTexture, NAME(mFrameBufferCopy)};
+    static constexpr Target kEasuTarget = {&kEasuTexture, NAME(mFrameBufferEasu)};
+    static constexpr Target kDstTarget  = {nullptr,       NAME(mFrameBufferRcas)};
+
+    static constexpr CasRange kCasRange  = {1.0f, 5.0f, 8.0f};
     static constexpr CasRange kCastRange = {20.0f, 75.0f, 120.0f};  // reaches further, on purpose
 
-    static void sendEasu(Upscaler& self, const GfxShader& shader, const Pass& pass, const Call& call);
-    static void sendRcas(Upscaler& self, const GfxShader& shader, const Pass& pass, const Call& call);
-    static void sendCas(Upscaler& self, const GfxShader& shader, const Pass& pass, const Call& call);
+    static void sendEasu(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    static void sendRcas(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    static void sendCas(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
 
-    //                                        program                               input          target         framebuffer             size   uniforms  of input, range
-    static constexpr Pass kCopyPass        = {&Upscaler::mCopyShaderP,              nullptr,       &kCopyTexture, NAME(mFrameBufferCopy), &kSrc, nullptr,  nullptr, nullptr};
-    static constexpr Pass kCopyAtDstPass   = {&Upscaler::mCopyShaderP,              nullptr,       &kCopyTexture, NAME(mFrameBufferCopy), &kDst, nullptr,  nullptr, nullptr};
-    static constexpr Pass kHsvCopyPass     = {&Upscaler::mRgb2hsvShaderP,           nullptr,       &kCopyTexture, NAME(mFrameBufferCopy), &kSrc, nullptr,  nullptr, nullptr};
-    static constexpr Pass kNearestPass     = {&Upscaler::mUpscalerShaderP,          &kCopyTexture, &kEasuTexture, NAME(mFrameBufferEasu), &kDst, nullptr,  nullptr, nullptr};
-    static constexpr Pass kEasuPass        = {&Upscaler::mEasuShaderP,              &kCopyTexture, &kEasuTexture, NAME(mFrameBufferEasu), &kDst, sendEasu, &kSrc,   nullptr};
-    static constexpr Pass kRcasPass        = {&Upscaler::mRcasShaderP,              &kEasuTexture, nullptr,       NAME(mFrameBufferRcas), &kDst, sendRcas, &kSrc,   nullptr};
-    static constexpr Pass kCasSharpenPass  = {&Upscaler::mCasSharpenShaderP,        &kCopyTexture, nullptr,       NAME(mFrameBufferRcas), &kDst, sendCas,  &kDst,   &kCasRange};
-    static constexpr Pass kCasUpscalePass  = {&Upscaler::mCasUpscaleShaderP,        &kCopyTexture, nullptr,       NAME(mFrameBufferRcas), &kDst, sendCas,  &kSrc,   &kCasRange};
-    static constexpr Pass kCasVUpscalePass = {&Upscaler::mCasVUpscaleFloatShaderP,  &kCopyTexture, nullptr,       NAME(mFrameBufferRcas), &kDst, sendCas,  &kSrc,   &kCasRange};
-    static constexpr Pass kCasTUpscalePass = {&Upscaler::mCasTUpscaleShaderP,       &kCopyTexture, nullptr,       NAME(mFrameBufferRcas), &kDst, sendCas,  &kSrc,   &kCastRange};
+    static constexpr Uniforms kEasuUniforms       = {sendEasu, &kSrc, nullptr};
+    static constexpr Uniforms kRcasUniforms       = {sendRcas, &kSrc, nullptr};
+    static constexpr Uniforms kCasSharpenUniforms = {sendCas,  &kDst, &kCasRange};
+    static constexpr Uniforms kCasUniforms        = {sendCas,  &kSrc, &kCasRange};
+    static constexpr Uniforms kCastUniforms       = {sendCas,  &kSrc, &kCastRange};
+
+    //                                        program                               input          target        size   uniforms
+    static constexpr Pass kCopyPass        = {&Upscaler::mCopyShaderP,              nullptr,       &kCopyTarget, &kSrc, nullptr};
+    static constexpr Pass kCopyAtDstPass   = {&Upscaler::mCopyShaderP,              nullptr,       &kCopyTarget, &kDst, nullptr};
+    static constexpr Pass kHsvCopyPass     = {&Upscaler::mRgb2hsvShaderP,           nullptr,       &kCopyTarget, &kSrc, nullptr};
+    static constexpr Pass kNearestPass     = {&Upscaler::mUpscalerShaderP,          &kCopyTexture, &kEasuTarget, &kDst, nullptr};
+    static constexpr Pass kEasuPass        = {&Upscaler::mEasuShaderP,              &kCopyTexture, &kEasuTarget, &kDst, &kEasuUniforms};
+    static constexpr Pass kRcasPass        = {&Upscaler::mRcasShaderP,              &kEasuTexture, &kDstTarget,  &kDst, &kRcasUniforms};
+    static constexpr Pass kCasSharpenPass  = {&Upscaler::mCasSharpenShaderP,        &kCopyTexture, &kDstTarget,  &kDst, &kCasSharpenUniforms};
+    static constexpr Pass kCasUpscalePass  = {&Upscaler::mCasUpscaleShaderP,        &kCopyTexture, &kDstTarget,  &kDst, &kCasUniforms};
+    static constexpr Pass kCasVUpscalePass = {&Upscaler::mCasVUpscaleFloatShaderP,  &kCopyTexture, &kDstTarget,  &kDst, &kCasUniforms};
+    static constexpr Pass kCasTUpscalePass = {&Upscaler::mCasTUpscaleShaderP,       &kCopyTexture, &kDstTarget,  &kDst, &kCastUniforms};
 
     static constexpr auto kBeforeDup = Operation::Flush::BeforeDup;
     static constexpr auto kAfterFence = Operation::Flush::AfterFence;
 
     // casResize deletes a texture that it never makes, under whatever name the last fsrResize or neaResize
     // has left in the member: kept, and told to clients in the class comment.
-    //                                         name            passes                                    clears traces magnification      flush         deletes
-    static constexpr Operation kFsrResize   = {"fsrResize",    {&kCopyPass, &kEasuPass, &kRcasPass},     true,  true,  ENUM(GL_LINEAR),   kBeforeDup,   {&kEasuTexture, &kCopyTexture}};
-    static constexpr Operation kNeaResize   = {"neaResize",    {&kCopyPass, &kNearestPass, &kRcasPass},  false, false, ENUM(GL_NEAREST),  kAfterFence,  {&kEasuTexture, &kCopyTexture}};
-    static constexpr Operation kCasSharpen  = {"casSharpen",   {&kCopyAtDstPass, &kCasSharpenPass},      false, false, ENUM(GL_LINEAR),   kAfterFence,  {&kCopyTexture}};
-    static constexpr Operation kCasResize   = {"casResize",    {&kCopyPass, &kCasUpscalePass},           false, false, ENUM(GL_NEAREST),  kAfterFence,  {&kEasuTexture, &kCopyTexture}};
-    static constexpr Operation kCasvUpscale = {"casvUpscale",  {&kHsvCopyPass, &kCasVUpscalePass},       false, false, ENUM(GL_NEAREST),  kAfterFence,  {&kCopyTexture}};
-    static constexpr Operation kCasTUpscale = {"casTUpscale",  {&kCopyPass, &kCasTUpscalePass},          false, false, ENUM(GL_NEAREST),  kAfterFence,  {&kCopyTexture}};
+    //  name           passes                                   clears traces magnification     flush        deletes
+    static constexpr Operation kFsrResize = {
+        "fsrResize",   {&kCopyPass, &kEasuPass, &kRcasPass},    true,  true,  ENUM(GL_LINEAR),  kBeforeDup,  {&kEasuTexture, &kCopyTexture}};
+    static constexpr Operation kNeaResize = {
+        "neaResize",   {&kCopyPass, &kNearestPass, &kRcasPass}, false, false, ENUM(GL_NEAREST), kAfterFence, {&kEasuTexture, &kCopyTexture}};
+    static constexpr Operation kCasSharpen = {
+        "casSharpen",  {&kCopyAtDstPass, &kCasSharpenPass},     false, false, ENUM(GL_LINEAR),  kAfterFence, {&kCopyTexture}};
+    static constexpr Operation kCasResize = {
+        "casResize",   {&kCopyPass, &kCasUpscalePass},          false, false, ENUM(GL_NEAREST), kAfterFence, {&kEasuTexture, &kCopyTexture}};
+    static constexpr Operation kCasvUpscale = {
+        "casvUpscale", {&kHsvCopyPass, &kCasVUpscalePass},      false, false, ENUM(GL_NEAREST), kAfterFence, {&kCopyTexture}};
+    static constexpr Operation kCasTUpscale = {
+        "casTUpscale", {&kCopyPass, &kCasTUpscalePass},         false, false, ENUM(GL_NEAREST), kAfterFence, {&kCopyTexture}};
 #undef NAME
 #undef ENUM
 };
+// clang-format on
 
-
-void Upscaler::Table::sendEasu(Upscaler& self, const GfxShader& shader, const Pass& pass, const Call& call) {
-    const Size in = pass.inputSize->of(call);
-    const Size out = pass.size->of(call);
+void Upscaler::Table::sendEasu(Upscaler& self, const GfxShader& shader, const Call& call,
+                               const Uniforms& uniforms) {
+    const Size in = uniforms.inputSize->of(call);
+    const Size out = kDst.of(call);
     setEasuConstants(in, out, self.mEasuCon0, self.mEasuCon1, self.mEasuCon2, self.mEasuCon3);
-    shader.setVec4("vec4_0", self.mEasuCon0[0], self.mEasuCon0[1], self.mEasuCon0[2], self.mEasuCon0[3]);
-    shader.setVec4("vec4_1", self.mEasuCon1[0], self.mEasuCon1[1], self.mEasuCon1[2], self.mEasuCon1[3]);
-    shader.setVec4("vec4_2", self.mEasuCon2[0], self.mEasuCon2[1], self.mEasuCon2[2], self.mEasuCon2[3]);
-    shader.setVec4("vec4_3", self.mEasuCon3[0], self.mEasuCon3[1], self.mEasuCon3[2], self.mEasuCon3[3]);
+    sendVector(shader, "vec4_0", self.mEasuCon0);
+    sendVector(shader, "vec4_1", self.mEasuCon1);
+    sendVector(shader, "vec4_2", self.mEasuCon2);
+    sendVector(shader, "vec4_3", self.mEasuCon3);
     shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
 }
 
-void Upscaler::Table::sendRcas(Upscaler&, const GfxShader& shader, const Pass& pass, const Call& call) {
-    const Size in = pass.inputSize->of(call);
-    const Size out = pass.size->of(call);
+void Upscaler::Table::sendRcas(Upscaler&, const GfxShader& shader, const Call& call,
+                               const Uniforms& uniforms) {
+    const Size in = uniforms.inputSize->of(call);
+    const Size out = kDst.of(call);
     shader.setFloat("sharpness", rcasScale(call.sharpness));
     shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
 }
 
-void Upscaler::Table::sendCas(Upscaler& self, const GfxShader& shader, const Pass& pass, const Call& call) {
-    const Size in = pass.inputSize->of(call);
-    const Size out = pass.size->of(call);
-    setCasConstants(call.sharpness, *pass.casRange, in, out, self.mCasConst0, self.mCasConst1);
+void Upscaler::Table::sendCas(Upscaler& self, const GfxShader& shader, const Call& call,
+                              const Uniforms& uniforms) {
+    const Size in = uniforms.inputSize->of(call);
+    const Size out = kDst.of(call);
+    setCasConstants(call.sharpness, *uniforms.casRange, in, out, self.mCasConst0, self.mCasConst1);
     shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
     // The filter without scaling does not read Const0; it is sent all the same, and traces show it.
-    shader.setUvec4("Const0", self.mCasConst0[0], self.mCasConst0[1], self.mCasConst0[2], self.mCasConst0[3]);
-    shader.setUvec4("Const1", self.mCasConst1[0], self.mCasConst1[1], self.mCasConst1[2], self.mCasConst1[3]);
+    sendVector(shader, "Const0", self.mCasConst0);
+    sendVector(shader, "Const1", self.mCasConst1);
 }
 
-void Upscaler::fsrResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness, sp<Fence>* fence) {
+void Upscaler::fsrResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
+                         sp<Fence>* fence) {
     run(Table::kFsrResize, src, dst, sharpness, fence);
 }
 
-void Upscaler::neaResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness, sp<Fence>* fence) {
+void Upscaler::neaResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
+                         sp<Fence>* fence) {
     run(Table::kNeaResize, src, dst, sharpness, fence);
 }
 
-void Upscaler::casSharpen(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness, sp<Fence>* fence) {
+void Upscaler::casSharpen(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
+                          sp<Fence>* fence) {
     run(Table::kCasSharpen, src, dst, sharpness, fence);
 }
 
-void Upscaler::casResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness, sp<Fence>* fence) {
+void Upscaler::casResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
+                         sp<Fence>* fence) {
     run(Table::kCasResize, src, dst, sharpness, fence);
 }
 
-void Upscaler::casvUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness, sp<Fence>* fence) {
+void Upscaler::casvUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
+                           sp<Fence>* fence) {
     run(Table::kCasvUpscale, src, dst, sharpness, fence);
 }
 
-void Upscaler::casTUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness, sp<Fence>* fence) {
+void Upscaler::casTUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
+                           sp<Fence>* fence) {
     run(Table::kCasTUpscale, src, dst, sharpness, fence);
 }
 
-// ---- The frame and the pass that the operations share ----------------------------------------------------------------
+// ---- The frame and the pass that the operations share ----
 
+// From here on, where a function makes GL calls: the log prints their texts as they stand.
+// clang-format off
 void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                    sp<Fence>* fence) {
     // The tag is the never-enabled one: a section costs two mask queries and emits nothing. Those that an
@@ -261,23 +307,24 @@ void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<Graphi
 }
 
 void Upscaler::draw(const Operation& operation, const Pass& pass, const Call& call) {
-    if (pass.target == nullptr) UPS_LOGD("%s: sharpness: %f", operation.name, static_cast<double>(call.sharpness));
+    const Name* const intermediate = pass.target->texture;
+    if (intermediate == nullptr) UPS_LOGD("%s: sharpness: %f", operation.name, static_cast<double>(call.sharpness));
     const GfxShader& shader = *(this->*pass.program);
     shader.use();
     shader.setInt("screenTexture", 0);
-    if (pass.sendUniforms != nullptr) pass.sendUniforms(*this, shader, pass, call);
+    if (pass.uniforms != nullptr) pass.uniforms->send(*this, shader, call, *pass.uniforms);
 
     const auto width = static_cast<GLsizei>(call.*pass.size->width);
     const auto height = static_cast<GLsizei>(call.*pass.size->height);
     const char* widthText = pass.size->widthText;
     const char* heightText = pass.size->heightText;
-    const char* targetText = pass.target != nullptr ? pass.target->text : "dstTexture";
+    const char* targetText = intermediate != nullptr ? intermediate->text : "dstTexture";
 
-    if (pass.target != nullptr)
-        GL_CHECK_AS(glGenTextures(1, &(this->*pass.target->member)), "glGenTextures(1, &%s)", targetText);
-    const GLuint target = pass.target != nullptr ? this->*pass.target->member : call.dstTexture;
+    if (intermediate != nullptr)
+        GL_CHECK_AS(glGenTextures(1, &(this->*intermediate->member)), "glGenTextures(1, &%s)", targetText);
+    const GLuint target = intermediate != nullptr ? this->*intermediate->member : call.dstTexture;
     GL_CHECK_AS(glBindTexture(GL_TEXTURE_2D, target), "glBindTexture(GL_TEXTURE_2D, %s)", targetText);
-    if (pass.target != nullptr) {
+    if (intermediate != nullptr) {
         GL_CHECK_AS(glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, width, height, 0, GL_RGB, GL_UNSIGNED_BYTE, NULL),
                     "glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, %s, %s, 0, GL_RGB, GL_UNSIGNED_BYTE, NULL)", widthText, heightText);
         GL_CHECK(glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST));
@@ -285,8 +332,8 @@ void Upscaler::draw(const Operation& operation, const Pass& pass, const Call& ca
                     "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, %s)", operation.magnification.text);
     }
 
-    const GLuint frameBuffer = this->*pass.frameBuffer.member;
-    const char* frameBufferText = pass.frameBuffer.text;
+    const GLuint frameBuffer = this->*pass.target->frameBuffer.member;
+    const char* frameBufferText = pass.target->frameBuffer.text;
     GL_CHECK_AS(glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer), "glBindFramebuffer(GL_FRAMEBUFFER, %s)", frameBufferText);
     GL_CHECK_AS(glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target, 0),
                 "glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, %s, 0)", targetText);
@@ -309,7 +356,7 @@ void Upscaler::draw(const Operation& operation, const Pass& pass, const Call& ca
     GL_CHECK(glDrawArrays(GL_TRIANGLES, 0, 6));
 }
 
-// ---- Buffer import --------------------------------------------------------------------------------------------------
+// ---- Buffer import ----
 
 void Upscaler::get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& image, BufferType type) {
     ScopedTrace trace(ATRACE_TAG, __func__);
@@ -354,7 +401,9 @@ void Upscaler::get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& 
     UPS_LOGD("mTextureMap size=%u", static_cast<uint32_t>(mTextureMap.size()));
 }
 
-// ---- The object -----------------------------------------------------------------------------------------------------
+// clang-format on
+
+// ---- The object ----
 
 Upscaler::Upscaler()
     : mQuadVertices{
@@ -385,19 +434,20 @@ Upscaler::~Upscaler() {
 void Upscaler::resizeBuffer(sp<GraphicBuffer>&, sp<GraphicBuffer>&) {}
 
 // Each entry point: member, name.
-#define EGL_ENTRY_POINTS(X)                                               \
-    X(mEGLImageTargetTexture2DOES, "glEGLImageTargetTexture2DOES")        \
-    X(mEglCreateImageKHR, "eglCreateImageKHR")                            \
-    X(mEglDestroyImageKHR, "eglDestroyImageKHR")                          \
-    X(mEglCreateSyncKHR, "eglCreateSyncKHR")                              \
-    X(mEglDestroySyncKHR, "eglDestroySyncKHR")                            \
+#define EGL_ENTRY_POINTS(X)                                        \
+    X(mEGLImageTargetTexture2DOES, "glEGLImageTargetTexture2DOES") \
+    X(mEglCreateImageKHR, "eglCreateImageKHR")                     \
+    X(mEglDestroyImageKHR, "eglDestroyImageKHR")                   \
+    X(mEglCreateSyncKHR, "eglCreateSyncKHR")                       \
+    X(mEglDestroySyncKHR, "eglDestroySyncKHR")                     \
     X(mEglWaitSyncKHR, "eglWaitSyncKHR")
 
 bool Upscaler::initEGL() {
     constexpr EGLint kConfigAttribs[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_ES3_BIT_KHR, EGL_NONE};
     constexpr EGLint kContextAttribs[] = {EGL_CONTEXT_CLIENT_VERSION, 3, EGL_NONE};
 
-    // eglGetError is logged after steps that worked, too: the lines are a trace of the EGL error state.
+    // eglGetError is logged after steps that worked, too: the lines are a trace of the EGL error
+    // state.
     UPS_LOGD(">> %s", __func__);
     mEGLDisplay = eglGetDisplay(EGL_DEFAULT_DISPLAY);
     UPS_LOGD("%s: eglGetDisplay error code=0x%x", __func__, eglGetError());
@@ -414,7 +464,8 @@ bool Upscaler::initEGL() {
     }
     UPS_LOGD("%s: eglInitialize error code=0x%x", __func__, eglGetError());
 
-    // No config is a valid outcome on a platform without surfaces: the context is then made with none.
+    // No config is a valid outcome on a platform without surfaces: the context is then made with
+    // none.
     EGLConfig config = nullptr;
     EGLint configCount = 0;
     if (!eglChooseConfig(mEGLDisplay, kConfigAttribs, &config, 1, &configCount)) {
@@ -428,13 +479,16 @@ bool Upscaler::initEGL() {
         UPS_LOGE("%s: Failed to create EGL context, error code=0x%x", __func__, eglGetError());
         return false;
     }
-    UPS_LOGD("%s: create EGL context:0x%x, error code=0x%x", __func__, lowBits(mEGLContext), eglGetError());
+    UPS_LOGD("%s: create EGL context:0x%x, error code=0x%x", __func__, lowBits(mEGLContext),
+             eglGetError());
 
     if (!eglMakeCurrent(mEGLDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, mEGLContext)) {
-        UPS_LOGE("%s: Failed to make EGL context and surface current, error code=0x%x", __func__, eglGetError());
+        UPS_LOGE("%s: Failed to make EGL context and surface current, error code=0x%x", __func__,
+                 eglGetError());
         return false;
     }
-    UPS_LOGD("%s: eglMakeCurrent in create:0x%x, error code=0x%x", __func__, lowBits(mEGLContext), eglGetError());
+    UPS_LOGD("%s: eglMakeCurrent in create:0x%x, error code=0x%x", __func__, lowBits(mEGLContext),
+             eglGetError());
 
 #define FETCH(member, name) member = reinterpret_cast<decltype(member)>(eglGetProcAddress(name));
     EGL_ENTRY_POINTS(FETCH)
@@ -464,6 +518,7 @@ void Upscaler::destroyEGL() {
     UPS_LOGD("<< %s", __func__);
 }
 
+// clang-format off
 void Upscaler::initOpenGL() {
     UPS_LOGD(">> %s", __func__);
     if (!mCopyShaderP) {

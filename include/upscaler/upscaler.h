@@ -44,7 +44,8 @@ UPSCALER_API extern uint32_t resizeBufferLogLevel;
 UPSCALER_API const char* opengl_errno_name(unsigned int error);
 
 /// Reads one pending GL error of the current context and, if there is one, logs it as
-/// "glGetError failed PATH: LINE: CALL failed: NAME". Further queued errors wait for the next check.
+/// "glGetError failed PATH: LINE: CALL failed: NAME". Further queued errors wait for the next
+/// check.
 /// @param path source path of the call, not null. @param line its line. @param call the text of the
 ///     call, not null. The strings are only read during this call.
 /// Call it on the thread whose context is to be asked. Never fails, never changes the course.
@@ -64,9 +65,10 @@ class GfxShader {
     /// should a driver report a negative log length, std::length_error can pass through.
     UPSCALER_API GfxShader(const std::string& vertexSource, const std::string& fragmentSource);
 
-    /// What the constructor does: makes the program and keeps its name. A second call makes a second
-    /// program and forgets the first one's name. Errors as for the constructor.
-    UPSCALER_API void InitShader(const std::string& vertexSource, const std::string& fragmentSource);
+    /// What the constructor does: makes the program and keeps its name. A second call makes a
+    /// second program and forgets the first one's name. Errors as for the constructor.
+    UPSCALER_API void InitShader(const std::string& vertexSource,
+                                 const std::string& fragmentSource);
 
     /// The GL program name, owned by the context; 0 if none could be made.
     UPSCALER_API unsigned int getID() const;
@@ -89,8 +91,8 @@ class GfxShader {
     /// Logs the outcome of a compilation or of a link: an error line with the driver's info log on
     /// failure, a debug line on success.
     /// @param shader a shader's name or, with type "PROGRAM", a program's.
-    /// @param type "PROGRAM" asks for the link status; any other text is taken for a kind of shader.
-    /// Throws as the constructor does.
+    /// @param type "PROGRAM" asks for the link status; any other text is taken for a kind of
+    /// shader. Throws as the constructor does.
     UPSCALER_API void checkCompileErrors(unsigned int shader, std::string type);
 
   private:
@@ -109,19 +111,24 @@ class GfxShader {
 /// - **One thread.** The constructor makes the context current on its own thread, once. Every later
 ///   call on the object, teardown included, has to come from that thread, and nothing else may make
 ///   another context current on it meanwhile. There are no locks. Fences may go to any thread.
-/// - **Buffers come from a fixed pool.** The first use of a buffer imports it as an EGL image, which
+/// - **Buffers come from a fixed pool.** The first use of a buffer imports it as an EGL image,
+/// which
 ///   keeps the buffer alive, and the cache never forgets: each new buffer costs an image and a
 ///   texture until `clearOpenGLResources`.
 /// - **A buffer has one role.** Use a given buffer always as source or always as destination; the
 ///   cache does not tell the roles apart, and a texture of one kind cannot be bound as the other.
-/// - **Import all buffers first.** `casResize` deletes the texture name that the last `fsrResize` or
-///   `neaResize` left behind. GL may have given that name to a buffer imported since, and the buffer
-///   then loses its texture. Buffers that were used before the first `fsrResize` or `neaResize` are
-///   safe, so run one cheap operation that is neither (say `casSharpen`) over each pair at start.
-/// - **Teardown** is `clearOpenGLResources`, then `destroyEGL`, both on the constructing thread, then
+/// - **Import all buffers first.** `casResize` deletes the texture name that the last `fsrResize`
+/// or
+///   `neaResize` left behind. GL may have given that name to a buffer imported since, and the
+///   buffer then loses its texture. Buffers that were used before the first `fsrResize` or
+///   `neaResize` are safe, so run one cheap operation that is neither (say `casSharpen`) over each
+///   pair at start.
+/// - **Teardown** is `clearOpenGLResources`, then `destroyEGL`, both on the constructing thread,
+/// then
 ///   deletion. The destructor makes no GL or EGL call: without the first two, images, textures,
 ///   context and display connection leak.
-/// - **A cleared object cannot be set up again**: it keeps the deleted names, and `initOpenGL` makes
+/// - **A cleared object cannot be set up again**: it keeps the deleted names, and `initOpenGL`
+/// makes
 ///   only what has no name. Construct a new one.
 ///
 /// The six operations share their parameters:
@@ -131,7 +138,8 @@ class GfxShader {
 ///   empty, an error line is written and nothing else happens: `*fence` stays as it was. Neither is
 ///   owned beyond the image that the cache holds.
 /// - `sharpness`: in the operation's own scale.
-/// - `fence`: not null. Replaced by a new fence that signals when the GPU has finished writing `dst`;
+/// - `fence`: not null. Replaced by a new fence that signals when the GPU has finished writing
+/// `dst`;
 ///   an invalid `Fence` if none could be made. The caller owns it.
 ///
 /// Each returns at once and never waits for the GPU. Wait for `*fence` before reading `dst` or
@@ -163,8 +171,8 @@ class Upscaler {
     /// was made, and to call twice. Constructing thread only, after `clearOpenGLResources`.
     UPSCALER_API void destroyEGL();
 
-    /// Builds what is not there yet of programs, framebuffers and quad, then sets the quad up again.
-    /// The constructor has called it. Needs the context current. Failures are logged.
+    /// Builds what is not there yet of programs, framebuffers and quad, then sets the quad up
+    /// again. The constructor has called it. Needs the context current. Failures are logged.
     UPSCALER_API void initOpenGL();
 
     /// Deletes the cached textures, the EGL images (and with them the hold on every buffer), the
@@ -185,8 +193,9 @@ class Upscaler {
     UPSCALER_API void neaResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                                 sp<Fence>* fence);
 
-    /// Sharpens with AMD FidelityFX Contrast Adaptive Sharpening, without scaling of its own: if the
-    /// sizes differ, the source sampler's filter (linear) brings `src` to the size of `dst` first.
+    /// Sharpens with AMD FidelityFX Contrast Adaptive Sharpening, without scaling of its own: if
+    /// the sizes differ, the source sampler's filter (linear) brings `src` to the size of `dst`
+    /// first.
     /// @param sharpness 1 is weakest, 0 strongest; clamped to 0..1.
     UPSCALER_API void casSharpen(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                                  sp<Fence>* fence);
@@ -221,6 +230,8 @@ class Upscaler {
     struct Operation;
     struct Pass;
     struct Table;
+    struct Target;
+    struct Uniforms;
 
     void get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& image, BufferType type);
     void run(const Operation& operation, sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst,

@@ -7,13 +7,15 @@
 using namespace android;
 
 int main() {
-    constexpr uint64_t kUsage = GraphicBuffer::USAGE_SW_READ_OFTEN | GraphicBuffer::USAGE_SW_WRITE_OFTEN |
+    constexpr uint64_t kUsage = GraphicBuffer::USAGE_SW_READ_OFTEN |
+                                GraphicBuffer::USAGE_SW_WRITE_OFTEN |
                                 GraphicBuffer::USAGE_HW_TEXTURE | GraphicBuffer::USAGE_HW_RENDER;
     sp<GraphicBuffer> src = new GraphicBuffer(32, 32, PIXEL_FORMAT_RGBA_8888, 1, kUsage);
     sp<GraphicBuffer> dst = new GraphicBuffer(64, 64, PIXEL_FORMAT_RGBA_8888, 1, kUsage);
     void* pixels = nullptr;
     src->lock(GraphicBuffer::USAGE_SW_WRITE_OFTEN, &pixels);
-    for (uint32_t i = 0; i < 32 * src->getStride(); ++i) static_cast<uint32_t*>(pixels)[i] = 0xFF808080;
+    for (uint32_t i = 0; i < 32 * src->getStride(); ++i)
+        static_cast<uint32_t*>(pixels)[i] = 0xFF808080;
     src->unlock();
 
     Upscaler upscaler;

@@ -24,8 +24,9 @@ int main(int, char** arguments) {
         return 1;
     }
     alignas(Upscaler) static char storage[sizeof(Upscaler)];
-    for (const char* name : {"_ZN7android8UpscalerC1Ev", "_ZN7android8Upscaler20clearOpenGLResourcesEv",
-                             "_ZN7android8Upscaler10destroyEGLEv", "_ZN7android8UpscalerD1Ev"}) {
+    for (const char* name :
+         {"_ZN7android8UpscalerC1Ev", "_ZN7android8Upscaler20clearOpenGLResourcesEv",
+          "_ZN7android8Upscaler10destroyEGLEv", "_ZN7android8UpscalerD1Ev"}) {
         const auto member = reinterpret_cast<Member>(dlsym(library, name));
         if (member == nullptr) return 1;
         member(storage);

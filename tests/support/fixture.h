@@ -66,10 +66,11 @@ class OwnedUpscaler {
 
 inline sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height,
                                     PixelFormat format = PIXEL_FORMAT_RGBA_8888) {
-    return new GraphicBuffer(width, height, format, 1,
-                             GraphicBuffer::USAGE_SW_READ_OFTEN | GraphicBuffer::USAGE_SW_WRITE_OFTEN |
-                                     GraphicBuffer::USAGE_HW_TEXTURE | GraphicBuffer::USAGE_HW_RENDER,
-                             "test");
+    return new GraphicBuffer(
+            width, height, format, 1,
+            GraphicBuffer::USAGE_SW_READ_OFTEN | GraphicBuffer::USAGE_SW_WRITE_OFTEN |
+                    GraphicBuffer::USAGE_HW_TEXTURE | GraphicBuffer::USAGE_HW_RENDER,
+            "test");
 }
 
 // Calls use(x, y, pixel) for each pixel of an RGBA_8888 buffer.
@@ -79,7 +80,8 @@ inline void eachPixel(const sp<GraphicBuffer>& buffer, uint32_t usage,
     ASSERT_EQ(buffer->lock(usage, &address), OK);
     for (uint32_t y = 0; y < buffer->getHeight(); ++y) {
         uint32_t* row = static_cast<uint32_t*>(address) + y * buffer->getStride();
-        for (uint32_t x = 0; x < buffer->getWidth(); ++x) use(x, y, row[x]);
+        for (uint32_t x = 0; x < buffer->getWidth(); ++x)
+            use(x, y, row[x]);
     }
     ASSERT_EQ(buffer->unlock(), OK);
 }
@@ -96,8 +98,8 @@ inline std::vector<uint32_t> pixelsOf(const sp<GraphicBuffer>& buffer) {
     return pixels;
 }
 
-// What `work` would print for an error behind each of its checks, without path and line: the texts of
-// all its checked GL calls, in order.
+// What `work` would print for an error behind each of its checks, without path and line: the texts
+// of all its checked GL calls, in order.
 inline std::vector<std::string> checkedTexts(const std::function<void()>& work) {
     std::vector<std::string> texts;
     for (size_t i = 0;; ++i) {

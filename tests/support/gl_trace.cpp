@@ -67,8 +67,7 @@ Result forward(const char* name, Result (*real)(Parameters...), intptr_t failed,
     if constexpr (std::is_void_v<Result>) {
         if (!skips) std::apply(real, arguments);
         --tDepth;
-        if constexpr (sizeof...(Arguments) == 2)
-            call.result = firstName(std::get<1>(arguments));
+        if constexpr (sizeof...(Arguments) == 2) call.result = firstName(std::get<1>(arguments));
         trace->note(std::move(call));
     } else {
         const Result result = skips ? failure<Result>(failed) : std::apply(real, arguments);
@@ -87,9 +86,15 @@ Function next(const char* name) {
 
 }  // namespace
 
-GlTrace::GlTrace() { tActive = this; }
-GlTrace::~GlTrace() { tActive = nullptr; }
-GlTrace* GlTrace::active() { return tActive; }
+GlTrace::GlTrace() {
+    tActive = this;
+}
+GlTrace::~GlTrace() {
+    tActive = nullptr;
+}
+GlTrace* GlTrace::active() {
+    return tActive;
+}
 
 std::vector<GlCall> GlTrace::named(const std::string& name) const {
     std::vector<GlCall> found;
@@ -138,16 +143,16 @@ using android::test::next;
 #define VISIBLE extern "C" __attribute__((visibility("default")))
 
 // symbol, its name in the trace, result, what a failure returns, parameters, arguments
-#define HOOK_AS(symbol, name, Result, failed, parameters, arguments)                  \
-    VISIBLE Result symbol parameters {                                                \
-        static const auto real = next<Result(*) parameters>(#symbol);                 \
-        return forward(name, real, failed, std::make_tuple arguments);                \
+#define HOOK_AS(symbol, name, Result, failed, parameters, arguments)   \
+    VISIBLE Result symbol parameters {                                 \
+        static const auto real = next<Result(*) parameters>(#symbol);  \
+        return forward(name, real, failed, std::make_tuple arguments); \
     }
 #define HOOK(Result, name, parameters, arguments) \
     HOOK_AS(name, #name, Result, 0, parameters, arguments)
 // One that the host answers on this platform.
-#define HOOK_HOST(Result, name, failed, parameters, arguments)                        \
-    VISIBLE Result __wrap_##name parameters;                                          \
+#define HOOK_HOST(Result, name, failed, parameters, arguments) \
+    VISIBLE Result __wrap_##name parameters;                   \
     HOOK_AS(__wrap_##name, #name, Result, failed, parameters, arguments)
 
 // clang-format off
@@ -231,10 +236,10 @@ VISIBLE EGLint __wrap_eglGetError(void) {
 namespace {
 
 // The entry points that the library fetches by name: name, type, result, parameters, arguments.
-#define FETCHED(name, Type, Result, parameters, arguments)                            \
-    Type real_##name = nullptr;                                                       \
-    Result EGLAPIENTRY hooked_##name parameters {                                     \
-        return forward(#name, real_##name, 0, std::make_tuple arguments);             \
+#define FETCHED(name, Type, Result, parameters, arguments)                \
+    Type real_##name = nullptr;                                           \
+    Result EGLAPIENTRY hooked_##name parameters {                         \
+        return forward(#name, real_##name, 0, std::make_tuple arguments); \
     }
 
 // clang-format off

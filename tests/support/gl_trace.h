@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the library asks of GL, EGL and the trace facility, seen and, where a test wants it, broken.
 //
-// A test that links this defines those functions itself, ahead of the driver; each notes the call and
-// goes on to the real one. Only calls of the thread that made the GlTrace are noted, and none that
-// a function below makes in turn (the host's own).
+// A test that links this defines those functions itself, ahead of the driver; each notes the call
+// and goes on to the real one. Only calls of the thread that made the GlTrace are noted, and none
+// that a function below makes in turn (the host's own).
 #ifndef TESTS_SUPPORT_GL_TRACE_H
 #define TESTS_SUPPORT_GL_TRACE_H
 
@@ -17,8 +17,8 @@ namespace android::test {
 struct GlCall {
     std::string name;
     std::vector<uint64_t> arguments;  // as bit patterns
-    uint64_t result = 0;  // of a glGen or glDelete call: the name
-    std::string text;  // the string arguments: uniform names, entry point names
+    uint64_t result = 0;              // of a glGen or glDelete call: the name
+    std::string text;                 // the string arguments: uniform names, entry point names
 
     int32_t intAt(size_t i) const { return static_cast<int32_t>(arguments.at(i)); }
     uint32_t uintAt(size_t i) const { return static_cast<uint32_t>(arguments.at(i)); }

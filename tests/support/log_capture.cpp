@@ -23,7 +23,9 @@ LogCapture::LogCapture() {
     __android_log_set_logger(capture);
 }
 
-LogCapture::~LogCapture() { __android_log_set_logger(__android_log_stderr_logger); }
+LogCapture::~LogCapture() {
+    __android_log_set_logger(__android_log_stderr_logger);
+}
 
 std::vector<LogLine> LogCapture::lines() const {
     const std::lock_guard<std::mutex> lock(gMutex);

@@ -15,7 +15,8 @@ PassRow copy(UpscalerPeer::Shader program, const char* size) {
 }
 
 PassRow upscale(UpscalerPeer::Shader program, std::vector<std::string> uniforms) {
-    return {program, std::move(uniforms), "mTextureColorEasu", "mFrameBufferEasu", "dst", "mTextureColorCopy"};
+    return {program, std::move(uniforms), "mTextureColorEasu", "mFrameBufferEasu",
+            "dst",   "mTextureColorCopy"};
 }
 
 PassRow last(UpscalerPeer::Shader program, std::vector<std::string> uniforms, const char* input) {
@@ -24,7 +25,8 @@ PassRow last(UpscalerPeer::Shader program, std::vector<std::string> uniforms, co
 
 std::string setterOf(const std::string& uniform) {
     if (uniform == "sharpness") return "glUniform1f(value_location, value)";
-    if (uniform == "Const0" || uniform == "Const1") return "glUniform4ui(value_location, x, y, z, w)";
+    if (uniform == "Const0" || uniform == "Const1")
+        return "glUniform4ui(value_location, x, y, z, w)";
     return "glUniform4f(value_location, x, y, z, w)";
 }
 
@@ -32,9 +34,11 @@ std::vector<std::string> passTexts(const OperationRow& row, const PassRow& pass)
     const std::string location = "value_location = glGetUniformLocation(ID, name.c_str())";
     const std::string width = pass.size + "Width";
     const std::string height = pass.size + "Height";
-    const std::string bindFrameBuffer = "glBindFramebuffer(GL_FRAMEBUFFER, " + pass.frameBuffer + ")";
+    const std::string bindFrameBuffer =
+            "glBindFramebuffer(GL_FRAMEBUFFER, " + pass.frameBuffer + ")";
 
-    std::vector<std::string> texts = {"glUseProgram(ID)", location, "glUniform1i(value_location, value)"};
+    std::vector<std::string> texts = {"glUseProgram(ID)", location,
+                                      "glUniform1i(value_location, value)"};
     for (const std::string& uniform : pass.uniforms) {
         texts.push_back(location);
         texts.push_back(setterOf(uniform));
@@ -46,7 +50,8 @@ std::vector<std::string> passTexts(const OperationRow& row, const PassRow& pass)
         texts.push_back("glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, " + width + ", " + height +
                         ", 0, GL_RGB, GL_UNSIGNED_BYTE, NULL)");
         texts.push_back("glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST)");
-        texts.push_back("glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, " + row.magnification + ")");
+        texts.push_back("glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, " +
+                        row.magnification + ")");
     }
     texts.push_back(bindFrameBuffer);
     texts.push_back("glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, " +
@@ -59,8 +64,9 @@ std::vector<std::string> passTexts(const OperationRow& row, const PassRow& pass)
         texts.push_back("glClear(GL_COLOR_BUFFER_BIT)");
     }
     texts.push_back("glBindVertexArray(mQuadVAO)");
-    texts.push_back(pass.input == "srcTexture" ? "glBindTexture(GL_TEXTURE_EXTERNAL_OES, srcTexture)"
-                                               : "glBindTexture(GL_TEXTURE_2D, " + pass.input + ")");
+    texts.push_back(pass.input == "srcTexture"
+                            ? "glBindTexture(GL_TEXTURE_EXTERNAL_OES, srcTexture)"
+                            : "glBindTexture(GL_TEXTURE_2D, " + pass.input + ")");
     texts.push_back("glDrawArrays(GL_TRIANGLES, 0, 6)");
     return texts;
 }
@@ -70,20 +76,24 @@ std::vector<std::string> frame(const OperationRow& row) {
     std::vector<std::string> texts = {"glBindTexture(texture_target, texture)",
                                       "glBindTexture(texture_target, texture)"};
     for (const PassRow& pass : row.passes) {
-        for (std::string& text : passTexts(row, pass)) texts.push_back(std::move(text));
+        for (std::string& text : passTexts(row, pass))
+            texts.push_back(std::move(text));
     }
     texts.push_back("eglCreateSyncKHR");
     if (row.flushesBeforeDup) texts.push_back("glFlush()");
     texts.push_back("eglDupNativeFenceFDANDROID");
     texts.push_back("eglDestroySyncKHR");
     if (!row.flushesBeforeDup) texts.push_back("glFlush()");
-    for (const std::string& name : row.deletes) texts.push_back("glDeleteTextures(1, &" + name + ")");
+    for (const std::string& name : row.deletes)
+        texts.push_back("glDeleteTextures(1, &" + name + ")");
     return texts;
 }
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& out, const OperationRow& row) { return out << row.name; }
+std::ostream& operator<<(std::ostream& out, const OperationRow& row) {
+    return out << row.name;
+}
 
 const std::vector<OperationRow>& operations() {
     using Peer = UpscalerPeer;

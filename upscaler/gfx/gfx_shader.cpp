@@ -27,7 +27,8 @@ GfxShader::GfxShader(const std::string& vertexSource, const std::string& fragmen
     UPS_LOGD("%s: Finish outter constructor of GfxShader", __func__);
 }
 
-// clang-format off: the log prints the text of each GL call.
+// The log prints the text of each GL call as it stands.
+// clang-format off
 void GfxShader::InitShader(const std::string& vertexSource, const std::string& fragmentSource) {
     const char* vShaderCode = vertexSource.c_str();
     const char* fShaderCode = fragmentSource.c_str();

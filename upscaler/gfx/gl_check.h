@@ -20,11 +20,11 @@ void reportGlError(GLenum error, const char* path, int line, const char* textFor
 #define GL_CHECK(call) GL_CHECK_AS(call, "%s", #call)
 
 // The same for a call whose text names what its arguments stand for.
-#define GL_CHECK_AS(call, ...)                                                                \
-    do {                                                                                      \
-        call;                                                                                 \
-        if (const GLenum glError = glGetError(); glError != GL_NO_ERROR)                      \
-            ::android::reportGlError(glError, kSourcePath, __LINE__, __VA_ARGS__);            \
+#define GL_CHECK_AS(call, ...)                                                     \
+    do {                                                                           \
+        call;                                                                      \
+        if (const GLenum glError = glGetError(); glError != GL_NO_ERROR)           \
+            ::android::reportGlError(glError, kSourcePath, __LINE__, __VA_ARGS__); \
     } while (0)
 
 #endif  // UPSCALER_GFX_GL_CHECK_H

@@ -31,7 +31,9 @@ const char* errorName(GLenum error) {
 
 }  // namespace
 
-const char* opengl_errno_name(unsigned int error) { return errorName(error); }
+const char* opengl_errno_name(unsigned int error) {
+    return errorName(error);
+}
 
 void opengl_check_error(const char* path, int line, const char* call) {
     const GLenum error = glGetError();

@@ -16,11 +16,11 @@ constexpr uint32_t kDebugLogMask = 0x21;
 }  // namespace android
 
 // The arguments are evaluated only when the line is written: some of them ask GL or EGL.
-#define UPS_LOGD(...)                                                                         \
-    do {                                                                                      \
-        if ((::android::resizeBufferLogLevel & ::android::kDebugLogMask) ==                   \
-            ::android::kDebugLogMask)                                                         \
-            __android_log_print(ANDROID_LOG_DEBUG, ::android::kLogTag, __VA_ARGS__);          \
+#define UPS_LOGD(...)                                                                \
+    do {                                                                             \
+        if ((::android::resizeBufferLogLevel & ::android::kDebugLogMask) ==          \
+            ::android::kDebugLogMask)                                                \
+            __android_log_print(ANDROID_LOG_DEBUG, ::android::kLogTag, __VA_ARGS__); \
     } while (0)
 
 #define UPS_LOGE(...) __android_log_print(ANDROID_LOG_ERROR, ::android::kLogTag, __VA_ARGS__)

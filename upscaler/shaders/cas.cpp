@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // AMD FidelityFX Contrast Adaptive Sharpening: one filter without scaling and three with.
 //
-// The four sources are put together from the texts below. Where a text serves both the green and the
-// value channel, "$C" stands for the letter in its names and "$c" for the swizzle.
+// The four sources are put together from the texts below. Where a text serves both the green and
+// the value channel, "$C" stands for the letter in its names and "$c" for the swizzle.
 #include <string>
 #include <utility>
 

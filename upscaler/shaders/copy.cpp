@@ -20,15 +20,15 @@ void main() {
 }
 )glsl";
 
-#define GLSL_COPY(SAMPLER)                                      \
-    "precision highp float;\n"                                  \
-    "out highp vec4 fragColor;\n"                               \
-    "uniform " SAMPLER                                          \
-    " screenTexture;\n"                                         \
-    "in highp vec2 v_TexCoord;\n"                               \
-    "\n"                                                        \
-    "void main() {\n"                                           \
-    "    fragColor = texture(screenTexture, v_TexCoord);\n"     \
+#define GLSL_COPY(SAMPLER)                                  \
+    "precision highp float;\n"                              \
+    "out highp vec4 fragColor;\n"                           \
+    "uniform " SAMPLER                                      \
+    " screenTexture;\n"                                     \
+    "in highp vec2 v_TexCoord;\n"                           \
+    "\n"                                                    \
+    "void main() {\n"                                       \
+    "    fragColor = texture(screenTexture, v_TexCoord);\n" \
     "}\n"
 
 const char kCopyExternalFragment[] =

@@ -2,17 +2,18 @@
 #ifndef UPSCALER_SHADERS_GLSL_H
 #define UPSCALER_SHADERS_GLSL_H
 
-// Text that several sources begin with or share, as string literals to be put together by adjacency.
+// Text that several sources begin with or share, as string literals to be put together by
+// adjacency.
 
 #define GLSL_VERSION "#version 320 es\n"
 
 #define GLSL_EXTERNAL_SAMPLERS "#extension GL_OES_EGL_image_external_essl3 : enable\n"
 
 // The scalar part of the portability layer that the EASU and RCAS sources are written in.
-#define GLSL_FSR_SCALARS                                 \
-    "float AF1_x(float a) { return a; }\n"               \
-    "uint AU1_x(uint a) { return a; }\n"                 \
-    "float ARcpF1(float x) { return 1.0 / x; }\n"        \
+#define GLSL_FSR_SCALARS                          \
+    "float AF1_x(float a) { return a; }\n"        \
+    "uint AU1_x(uint a) { return a; }\n"          \
+    "float ARcpF1(float x) { return 1.0 / x; }\n" \
     "float ASatF1(float x) { return clamp(x, 0.0, 1.0); }\n"
 
 #endif  // UPSCALER_SHADERS_GLSL_H

@@ -4,8 +4,8 @@
 
 #include <string>
 
-// The GLSL ES 3.20 sources, whole texts ready to compile. Every program pairs kFullScreenVertex with
-// one fragment shader; every fragment shader reads the one sampler "screenTexture".
+// The GLSL ES 3.20 sources, whole texts ready to compile. Every program pairs kFullScreenVertex
+// with one fragment shader; every fragment shader reads the one sampler "screenTexture".
 namespace android {
 
 extern const char kFullScreenVertex[];
