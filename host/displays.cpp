@@ -81,13 +81,4 @@ bool Displays::isDefault(EGLDisplay display) {
     return display != EGL_NO_DISPLAY && display == mDefault;
 }
 
-void Displays::close() {
-    const std::lock_guard<std::mutex> lock(mClientMutex);
-    const std::lock_guard<std::mutex> defaultLock(mDefaultMutex);
-    if (mDefault != EGL_NO_DISPLAY && mClients.count(mDefault) == 0) {
-        driver().eglTerminate(mDefault);
-        mDefault = EGL_NO_DISPLAY;
-    }
-}
-
 }  // namespace android::host

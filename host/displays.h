@@ -31,9 +31,6 @@ class Displays {
     /// Whether `display` is the one of `openDefault`.
     bool isDefault(EGLDisplay display);
 
-    /// Ends the host's own use of the default display, at exit, unless a client still uses it.
-    void close();
-
   private:
     std::mutex mDefaultMutex;
     EGLDisplay mDefault = EGL_NO_DISPLAY;

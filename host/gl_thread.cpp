@@ -36,10 +36,9 @@ bool GlThread::run(const Work& work) {
 }
 
 bool GlThread::start(std::unique_lock<std::mutex>& lock) {
-    mChanged.wait(lock, [this] { return mState != State::Starting; });
+    mChanged.wait(lock, [this] { return mState != State::Starting && mState != State::Failed; });
     if (mState != State::Idle) return mState == State::Running;
 
-    if (mThread.joinable()) mThread.join();  // The one of an attempt that failed.
     try {
         mThread = startThread("upscaler-gl", [this] { threadMain(); });
     } catch (const std::system_error& error) {
@@ -48,7 +47,12 @@ bool GlThread::start(std::unique_lock<std::mutex>& lock) {
     }
     mState = State::Starting;
     mChanged.wait(lock, [this] { return mState != State::Starting; });
-    if (mState != State::Running) return false;
+    if (mState == State::Failed) {
+        mThread.join();  // It wants the lock no more.
+        mState = State::Idle;
+        mChanged.notify_all();
+        return false;
+    }
     mOwner = getpid();
     // After the driver has made its own exit handlers, so that this one runs before them.
     std::atexit([] { get().stop(); });
@@ -69,7 +73,7 @@ void GlThread::threadMain() {
     HostContext host;
     const bool opened = open(&host);
     std::unique_lock<std::mutex> lock(mMutex);
-    mState = opened ? State::Running : State::Idle;
+    mState = opened ? State::Running : State::Failed;
     mChanged.notify_all();
     while (opened) {
         mChanged.wait(lock, [this] { return !mJobs.empty() || mState == State::Stopped; });
@@ -92,7 +96,6 @@ void GlThread::threadMain() {
         driver().eglMakeCurrent(host.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
         driver().eglDestroyContext(host.display, host.context);
     }
-    if (opened) Displays::get().close();
     driver().eglReleaseThread();
 }
 

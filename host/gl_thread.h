@@ -38,7 +38,7 @@ class GlThread {
     bool run(const Work& work);
 
   private:
-    enum class State { Idle, Starting, Running, Stopped };
+    enum class State { Idle, Starting, Failed, Running, Stopped };
     struct Job;
 
     bool start(std::unique_lock<std::mutex>& lock);

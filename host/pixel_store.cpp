@@ -84,6 +84,7 @@ status_t PixelStore::allocate(const HostContext& host) {
 }
 
 PixelStore::~PixelStore() {
+    if (mTexture == 0) return;
     // If the thread is gone, so is the context with all that is in it.
     GlThread::get().run([this](const HostContext& host) {
         if (mImage != EGL_NO_IMAGE_KHR) driver().eglDestroyImageKHR(host.display, mImage);

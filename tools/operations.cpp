@@ -14,8 +14,8 @@ constexpr SharpnessScale kShare = {0.0f, 1.0f, "0 to 1: 0 strongest, 1 weakest"}
 
 }  // namespace
 
-// The default sharpness brings the sample picture, doubled, closest to the same scene drawn at double
-// size. Where the closest is an end of the scale (nea, casv, cas-sharpen) it stops short of it.
+// The default sharpness brings the sample picture, doubled, closest to the same scene drawn at
+// double size. Where the closest is an end of the scale (nea, casv, cas-sharpen) it stops short.
 // clang-format off
 const std::array<Operation, 6> kOperations = {{
     {"fsr", &Upscaler::fsrResize, "edge-adaptive upscaling, then sharpening", &kStops, 0.5f},

@@ -59,7 +59,8 @@ Picture read(const sp<GraphicBuffer>& buffer, Size size) {
 
 Gpu::Gpu(const std::vector<Geometry>& geometries) {
     for (const Geometry& geometry : geometries) {
-        Buffers buffers = {makeBuffer(geometry.source), makeBuffer(geometry.target)};
+        Buffers buffers = {geometry.target, makeBuffer(geometry.source),
+                           makeBuffer(geometry.target)};
         sp<Fence> fence;
         // Imports the buffers: that has to come before the first fsrResize or neaResize.
         mUpscaler.casSharpen(buffers.source, buffers.target, 1.0f, &fence);
@@ -79,8 +80,7 @@ Picture Gpu::run(OperationCall operation, size_t geometry, const Picture& source
     (mUpscaler.*operation)(buffers.source, buffers.target, sharpness, &fence);
     EXPECT_TRUE(fence->isValid());
     EXPECT_EQ(fence->wait(kFenceTimeoutMs), android::NO_ERROR);
-    return read(buffers.target, {static_cast<int>(buffers.target->getWidth()),
-                                 static_cast<int>(buffers.target->getHeight())});
+    return read(buffers.target, buffers.targetSize);
 }
 
 }  // namespace reference

@@ -37,6 +37,7 @@ class Gpu {
 
   private:
     struct Buffers {
+        Size targetSize;
         android::sp<android::GraphicBuffer> source;
         android::sp<android::GraphicBuffer> target;
     };

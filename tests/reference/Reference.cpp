@@ -347,6 +347,9 @@ Picture casvUpscale(const Picture& source, Size target, float sharpness) {
         // One step of hue is up to six of a channel, and yellow, cyan and magenta lie right between
         // two steps.
         if (isBetweenSteps(unrounded[0]) || isBetweenSteps(unrounded[1])) taps.leaveOut();
+        // Black has no hue: what the copy's linear sampler lets in from a neighbour decides it, be
+        // it a millionth, and shows as soon as the value is scaled up from a neighbour too.
+        if (unrounded[2] == 0.0f && value > 0.0f) taps.leaveOut();
         return hsvToRgb({nearest[0], nearest[1], value});
     });
 }

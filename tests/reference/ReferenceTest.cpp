@@ -20,7 +20,7 @@ MATCHER_P(IsColour, expected, "") {
     return testing::ExplainMatchResult(Pointwise(FloatNear(1e-6f), expected), arg, result_listener);
 }
 
-TEST(ColourSpaceTest, HueIsAFractionOfATurn) {
+TEST(ReferenceColourSpaceTest, HueIsAFractionOfATurn) {
     EXPECT_THAT(rgbToHsv({1.0f, 0.0f, 0.0f}), IsColour(Rgb{0.0f, 1.0f, 1.0f}));
     EXPECT_THAT(rgbToHsv({0.0f, 1.0f, 0.0f}), IsColour(Rgb{1.0f / 3.0f, 1.0f, 1.0f}));
     EXPECT_THAT(rgbToHsv({0.0f, 0.0f, 1.0f}), IsColour(Rgb{2.0f / 3.0f, 1.0f, 1.0f}));
@@ -30,14 +30,14 @@ TEST(ColourSpaceTest, HueIsAFractionOfATurn) {
     EXPECT_THAT(rgbToHsv({0.0f, 0.0f, 0.0f}), IsColour(Rgb{0.0f, 0.0f, 0.0f}));
 }
 
-TEST(ColourSpaceTest, HsvAndBackIsTheSameColour) {
+TEST(ReferenceColourSpaceTest, HsvAndBackIsTheSameColour) {
     for (const Rgb& colour : {Rgb{0.9f, 0.1f, 0.3f}, Rgb{0.1f, 0.2f, 0.2f}, Rgb{0.4f, 0.3f, 0.8f},
                               Rgb{1.0f, 1.0f, 0.0f}, Rgb{0.6f, 0.6f, 0.6f}}) {
         EXPECT_THAT(hsvToRgb(rgbToHsv(colour)), IsColour(colour));
     }
 }
 
-TEST(ConstantsTest, HalfBitsAreCutOffAndNeverInfinite) {
+TEST(ReferenceConstantsTest, HalfBitsAreCutOffAndNeverInfinite) {
     EXPECT_EQ(halfBits(-0.125f), 0xB000u);
     EXPECT_EQ(halfBits(-0.2f), 0xB266u);
     EXPECT_EQ(halfBits(1.9999f), 0x3FFFu);
@@ -49,7 +49,7 @@ TEST(ConstantsTest, HalfBitsAreCutOffAndNeverInfinite) {
     EXPECT_EQ(halfBits(-std::numeric_limits<float>::infinity()), 0xFBFFu);
 }
 
-TEST(ConstantsTest, EasuAt960x540To1920x1080) {
+TEST(ReferenceConstantsTest, EasuAt960x540To1920x1080) {
     const EasuConstants constants = easuConstants({960, 540}, {1920, 1080});
     constexpr float kX = 1.0f / 960.0f;
     constexpr float kY = 1.0f / 540.0f;
@@ -60,7 +60,7 @@ TEST(ConstantsTest, EasuAt960x540To1920x1080) {
     EXPECT_THAT(constants[3], ElementsAre(0.0f, 4.0f / 540.0f, 0.0f, 0.0f));
 }
 
-TEST(ConstantsTest, CasAtEqualSizesAndAtDouble) {
+TEST(ReferenceConstantsTest, CasAtEqualSizesAndAtDouble) {
     EXPECT_THAT(casConstants({47, 33}, {47, 33}, casPeak(1.0f)),
                 ElementsAre(ElementsAre(0x3F800000u, 0x3F800000u, 0u, 0u),
                             ElementsAre(0xBE000000u, 0xB000u, 0x41000000u, 0u)));
@@ -69,7 +69,7 @@ TEST(ConstantsTest, CasAtEqualSizesAndAtDouble) {
                             ElementsAre(0xBE4CCCCDu, 0xB266u, 0x40800000u, 0u)));
 }
 
-TEST(ConstantsTest, PeakIsInvertedAndClamped) {
+TEST(ReferenceConstantsTest, PeakIsInvertedAndClamped) {
     EXPECT_FLOAT_EQ(casPeak(0.5f), -1.0f / 6.5f);
     EXPECT_EQ(casPeak(7.0f), casPeak(1.0f));
     EXPECT_EQ(casPeak(-7.0f), casPeak(0.0f));
@@ -78,7 +78,7 @@ TEST(ConstantsTest, PeakIsInvertedAndClamped) {
     EXPECT_FLOAT_EQ(casTPeak(0.0f), -20.0f / 75.0f);
 }
 
-TEST(ApproximationTest, StaysNearTheExactFunction) {
+TEST(ReferenceApproximationTest, StaysNearTheExactFunction) {
     for (float value : {0.004f, 0.03125f, 0.3f, 0.5f, 1.0f, 1.03f, 3.0f, 30.0f}) {
         EXPECT_NEAR(approximateSqrt(value * value) / value, 1.0f, 0.04f) << value;
         EXPECT_NEAR(approximateReciprocal(value) * value, 1.0f, 0.13f) << value;
@@ -88,7 +88,7 @@ TEST(ApproximationTest, StaysNearTheExactFunction) {
     EXPECT_LT(approximateSqrt(0.0f), 1e-19f);
 }
 
-TEST(TapsTest, OnlyWhatIsInsideIsDefined) {
+TEST(ReferenceTapsTest, OnlyWhatIsInsideIsDefined) {
     Picture picture({3, 2});
     picture.at(2, 1) = {255, 0, 51};
     Taps taps(picture);
@@ -102,7 +102,7 @@ TEST(TapsTest, OnlyWhatIsInsideIsDefined) {
     EXPECT_FALSE(taps.areDefined());
 }
 
-TEST(TapsTest, NearestOnABorderOfTexelsIsLeftOut) {
+TEST(ReferenceTapsTest, NearestOnABorderOfTexelsIsLeftOut) {
     const Picture picture({4, 4});
     Taps thirds(picture);
     thirds.nearest(1, 1, {12, 12});
@@ -114,7 +114,7 @@ TEST(TapsTest, NearestOnABorderOfTexelsIsLeftOut) {
 
 // A peak of 0.75 on 0.5, worked out with the exact functions: room 0.25 and maximum 0.75 give the
 // amplitude sqrt(1/3).
-TEST(OperationTest, CasSharpenOfASinglePeak) {
+TEST(ReferenceOperationTest, CasSharpenOfASinglePeak) {
     Picture picture = flat({5, 5}, {128, 128, 128});
     picture.at(2, 2) = {191, 191, 191};
     const Picture result = casSharpen(picture, {5, 5}, 1.0f);
@@ -126,7 +126,7 @@ TEST(OperationTest, CasSharpenOfASinglePeak) {
 }
 
 // Lobe -min(0.2, 0.4) / (4 x 0.2) = -0.25, limited to -0.1875: (0.4 - 0.15) / 0.25 = 1.
-TEST(OperationTest, RcasAtItsLimitAndWithoutStrength) {
+TEST(ReferenceOperationTest, RcasAtItsLimitAndWithoutStrength) {
     Picture picture = flat({5, 5}, {51, 51, 51});
     picture.at(2, 2) = {102, 102, 102};
     EXPECT_THAT(neaResize(picture, {5, 5}, 0.0f).at(2, 2), ElementsAre(255, 255, 255));
@@ -135,7 +135,7 @@ TEST(OperationTest, RcasAtItsLimitAndWithoutStrength) {
     EXPECT_THAT(neaResize(picture, {5, 5}, 100.0f).at(2, 2), ElementsAre(102, 102, 102));
 }
 
-TEST(OperationTest, FlatStaysFlat) {
+TEST(ReferenceOperationTest, FlatStaysFlat) {
     const Rgb8 colour = {200, 100, 50};
     const Picture picture = flat({12, 10}, colour);
     const Picture result = fsrResize(picture, {20, 17}, 0.0f);

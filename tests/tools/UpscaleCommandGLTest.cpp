@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <ostream>
 #include <thread>
 
 #include "command.h"
@@ -15,6 +16,15 @@
 #include "png_samples.h"
 #include "temporary_folder.h"
 #include "tools/operations.h"
+
+namespace upscale {
+
+// For the names of failed tests.
+void PrintTo(const Operation& operation, std::ostream* out) {
+    *out << operation.name;
+}
+
+}  // namespace upscale
 
 namespace {
 
@@ -236,11 +246,15 @@ TEST_F(UpscaleFilesGLTest, FailuresOfTheDriverAreFound) {
             {"gl-error", 1, "the driver: glGetError failed"},
             {"bad-shaders", 3, "SHADER_COMPILATION_ERROR"},
     };
+    // Its library wants to be first, which the preloaded one is.
+    const char* options = std::getenv("ASAN_OPTIONS");
+    const std::string sanitizer =
+            std::string("ASAN_OPTIONS=verify_asan_link_order=0:") + (options ? options : "");
     for (const auto& row : kRows) {
-        const Outcome outcome = upscaleCommand(
-                {"--op", "cas", "--scale", "2", path("in.png"), path("out.png")},
-                {"LD_PRELOAD=" FAULTY_GL_LIBRARY, std::string("FAULTY_GL=") + row.fault,
-                 "ASAN_OPTIONS=verify_asan_link_order=0"});
+        const Outcome outcome =
+                upscaleCommand({"--op", "cas", "--scale", "2", path("in.png"), path("out.png")},
+                               {"LD_PRELOAD=" FAULTY_GL_LIBRARY,
+                                std::string("FAULTY_GL=") + row.fault, sanitizer});
         EXPECT_TRUE(failedWith(outcome, row.exitCode, row.reason)) << row.fault;
     }
     EXPECT_EQ(mFolder.entries(), std::set<std::string>{"in.png"});
