@@ -270,8 +270,11 @@ TEST_F(ImportGLTest, AThousandCallsOnAPairOfBuffersLeaveNothingBehind) {
     calls(1000);
     EXPECT_EQ(images, 2u);
     EXPECT_EQ(openDescriptors(), descriptors);
-    // Measured on llvmpipe: 0 to 200 KiB.
+#ifdef UPSCALER_SANITIZED
+    (void)memory;  // A sanitizer keeps what is freed.
+#else
     EXPECT_LT(residentKiB(), memory + 2048);
+#endif
 }
 
 }  // namespace
