@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Draws the sample picture of the documentation: draw_sample OUT.png
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 
@@ -15,16 +17,17 @@ namespace {
 constexpr unsigned kSamplesPerSide = 4;
 
 std::uint8_t toByte(double v) {
-    return static_cast<std::uint8_t>(v + 0.5);
+    return static_cast<std::uint8_t>(std::lround(v));
 }
 
 void drawPixel(unsigned x, unsigned y, std::uint8_t* pixel) {
     sample::Colour sum = {0, 0, 0};
-    for (unsigned i = 0; i < kSamplesPerSide * kSamplesPerSide; ++i) {
-        const double dx = (i % kSamplesPerSide + 0.5) / kSamplesPerSide;
-        const double dy = (static_cast<double>(i / kSamplesPerSide) + 0.5) / kSamplesPerSide;
-        const sample::Colour c = sample::sceneAt({x + dx, y + dy});
-        sum = {sum.r + c.r, sum.g + c.g, sum.b + c.b};
+    for (unsigned i = 0; i < kSamplesPerSide; ++i) {
+        for (unsigned j = 0; j < kSamplesPerSide; ++j) {
+            const sample::Colour c = sample::sceneAt(
+                    {x + (j + 0.5) / kSamplesPerSide, y + (i + 0.5) / kSamplesPerSide});
+            sum = {sum.r + c.r, sum.g + c.g, sum.b + c.b};
+        }
     }
     const sample::Colour mean = sample::shade(sum, 1.0 / (kSamplesPerSide * kSamplesPerSide));
     pixel[0] = toByte(mean.r);

@@ -59,11 +59,14 @@ Picture icon(std::uint32_t side) {
     Picture picture(side, side);
     const double middle = side / 2.0;
     for (std::size_t i = 0; i < picture.pixelCount(); ++i) {
-        const double x = static_cast<double>(i % side) + 0.5 - middle;
-        const double y = static_cast<double>(i / side) + 0.5 - middle;
+        const std::size_t column = i % side;
+        const std::size_t row = i / side;
+        const double x = static_cast<double>(column) + 0.5 - middle;
+        const double y = static_cast<double>(row) + 0.5 - middle;
         const double off = std::abs(std::sqrt(x * x + y * y) - side * 0.3);
         const double cover = std::min(std::max(side * 0.1 - off + 0.5, 0.0), 1.0);
-        if (cover > 0) setPixel(picture, i, 255, 255, 255, static_cast<int>(cover * 255 + 0.5));
+        if (cover > 0)
+            setPixel(picture, i, 255, 255, 255, static_cast<int>(std::lround(cover * 255)));
     }
     return picture;
 }

@@ -34,6 +34,7 @@ std::string contents(int file) {
 Command::Command(const std::vector<std::string>& words, const std::vector<std::string>& environment)
     : mOut(captureFile()), mErr(captureFile()) {
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (const std::string& word : words) {
         argv.push_back(const_cast<char*>(word.c_str()));
     }
