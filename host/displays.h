@@ -15,7 +15,7 @@ class Displays {
   public:
     static Displays& get();
 
-    /// The default display, initialised on the host's account and never terminated before exit: the
+    /// The default display, initialised on the host's account and never terminated: the
     /// driver's own or, where that cannot be initialised, one without a display server.
     /// EGL_NO_DISPLAY if neither works; the next call tries again.
     EGLDisplay openDefault();

@@ -2,6 +2,7 @@
 #include <dirent.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -265,11 +266,15 @@ TEST_F(ImportGLTest, AThousandCallsOnAPairOfBuffersLeaveNothingBehind) {
     };
     // Enough for the driver to have compiled what it compiles and pooled what it pools.
     calls(300);
+    usleep(100000);
     const size_t descriptors = openDescriptors();
     const size_t memory = residentKiB();
     calls(1000);
     EXPECT_EQ(images, 2u);
-    EXPECT_EQ(openDescriptors(), descriptors);
+    // The host closes its end of a fence a moment after signalling.
+    for (int i = 0; i < 100 && openDescriptors() > descriptors; ++i)
+        usleep(10000);
+    EXPECT_LE(openDescriptors(), descriptors);
 #ifdef UPSCALER_SANITIZED
     (void)memory;  // A sanitizer keeps what is freed.
 #else

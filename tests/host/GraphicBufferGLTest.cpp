@@ -320,6 +320,25 @@ TEST(GraphicBufferGLTest, LocksLeaveTheCallersContextAlone) {
     glDeleteTextures(1, &texture);
 }
 
+TEST(GraphicBufferGLTest, ClientsOnSeveralThreadsDoNotDisturbEachOther) {
+    const auto work = [](uint8_t value) {
+        for (int round = 0; round < 10; ++round) {
+            const sp<GraphicBuffer> buffer = makeBuffer(64, 64);
+            const GlClient client;
+            const float grey = static_cast<float>(value) / 255;
+            client.fill(client.import(buffer), {grey, grey, grey, grey});
+            EXPECT_EQ(client.fence()->waitForever("test"), NO_ERROR);
+            EXPECT_THAT(readPixels(buffer), Each(value));
+        }
+    };
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (const uint8_t value : Bytes{10, 20, 30, 40})
+        threads.emplace_back(work, value);
+    for (auto& thread : threads)
+        thread.join();
+}
+
 TEST(GraphicBufferGLTest, PixelsOutliveTheClientsDisplay) {
     const sp<GraphicBuffer> buffer = makeBuffer(4, 4);
     {

@@ -58,7 +58,8 @@ TEST_F(NativeFenceGLTest, SignalsAfterTheGpuAndTheCallDoesNotWait) {
     void* address = nullptr;
     ASSERT_EQ(mBuffer->lock(GraphicBuffer::USAGE_SW_READ_OFTEN, &address), OK);
     const auto* bytes = static_cast<const uint8_t*>(address);
-    EXPECT_EQ(std::count(bytes, bytes + kSize * kSize * 4, 255), kSize * kSize * 4);
+    constexpr ptrdiff_t kBytes = ptrdiff_t{kSize} * kSize * 4;
+    EXPECT_EQ(std::count(bytes, bytes + kBytes, 255), kBytes);
     EXPECT_EQ(mBuffer->unlock(), OK);
 
     const nsecs_t signalled = fence->getSignalTime();

@@ -52,6 +52,7 @@ TEST(PropertiesTest, TheEnvironmentGivesTheStartingValue) {
 
 TEST(PropertiesTest, ThreadsMayReadAndSet) {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([i] {
             for (int round = 0; round < 1000; ++round) {

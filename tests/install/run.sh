@@ -41,7 +41,7 @@ for cxx in g++ clang++; do
 done
 g++ -std=c++17 "$here/dlopen_client.cpp" $cflags -Wl,--no-as-needed -lEGL -Wl,--as-needed $libs -ldl -o dlopen_client
 ./dlopen_client "$libdir/libupscaler.so" && echo "ok: dlopen"
-cmake -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log"
+cmake -G Ninja -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log"
 cmake --build "$work/cmake" >>"$work/cmake.log"
 "$work/cmake/client" >/dev/null && echo "ok: find_package"
 # The header compiles by itself, without a warning.
