@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,30 +20,56 @@ namespace android {
 
 class UpscalerPeer {
   public:
-    using Shader = std::unique_ptr<GfxShader> Upscaler::*;
-    using Name = uint32_t Upscaler::*;
+    using Words = std::map<std::string, uint64_t>;
 
-    static constexpr Shader kCopyShader = &Upscaler::mCopyShaderP;
-    static constexpr Shader kUpscalerShader = &Upscaler::mUpscalerShaderP;
-    static constexpr Shader kRgb2hsvShader = &Upscaler::mRgb2hsvShaderP;
-    static constexpr Shader kEasuShader = &Upscaler::mEasuShaderP;
-    static constexpr Shader kRcasShader = &Upscaler::mRcasShaderP;
-    static constexpr Shader kCasUpscaleShader = &Upscaler::mCasUpscaleShaderP;
-    static constexpr Shader kCasSharpenShader = &Upscaler::mCasSharpenShaderP;
-    static constexpr Shader kCasVUpscaleShader = &Upscaler::mCasVUpscaleFloatShaderP;
-    static constexpr Shader kCasTUpscaleShader = &Upscaler::mCasTUpscaleShaderP;
+    // All that the object has made, by the names of the members.
+    static Words words(const Upscaler& u) {
+        Words words = {
+                {"mEGLDisplay", reinterpret_cast<uintptr_t>(u.mEGLDisplay)},
+                {"mEGLContext", reinterpret_cast<uintptr_t>(u.mEGLContext)},
+                {"mCopyShaderP", idOf(u.mCopyShaderP)},
+                {"mUpscalerShaderP", idOf(u.mUpscalerShaderP)},
+                {"mRgb2hsvShaderP", idOf(u.mRgb2hsvShaderP)},
+                {"mEasuShaderP", idOf(u.mEasuShaderP)},
+                {"mRcasShaderP", idOf(u.mRcasShaderP)},
+                {"mCasUpscaleShaderP", idOf(u.mCasUpscaleShaderP)},
+                {"mCasSharpenShaderP", idOf(u.mCasSharpenShaderP)},
+                {"mCasVUpscaleFloatShaderP", idOf(u.mCasVUpscaleFloatShaderP)},
+                {"mCasTUpscaleShaderP", idOf(u.mCasTUpscaleShaderP)},
+                {"mFrameBufferCopy", u.mFrameBufferCopy},
+                {"mFrameBufferEasu", u.mFrameBufferEasu},
+                {"mFrameBufferRcas", u.mFrameBufferRcas},
+                {"mTextureColorCopy", u.mTextureColorCopy},
+                {"mTextureColorEasu", u.mTextureColorEasu},
+                {"mQuadVAO", u.mQuadVAO},
+                {"mQuadVBO", u.mQuadVBO},
+        };
+        size_t i = 0;
+        for (const auto& entry : u.mTextureMap)
+            words["cached" + std::to_string(i++)] = entry.second;
+        i = 0;
+        for (void* image : u.mEglImageList)
+            words["image" + std::to_string(i++)] = reinterpret_cast<uintptr_t>(image);
+        return words;
+    }
 
-    // In the order in which initOpenGL and clearOpenGLResources go through them.
-    static constexpr Name kMade[] = {&Upscaler::mFrameBufferCopy, &Upscaler::mFrameBufferEasu,
-                                     &Upscaler::mFrameBufferRcas, &Upscaler::mQuadVAO,
-                                     &Upscaler::mQuadVBO};
-    static constexpr Name kTextureColorCopy = &Upscaler::mTextureColorCopy;
-    static constexpr Name kTextureColorEasu = &Upscaler::mTextureColorEasu;
+    static std::unique_ptr<GfxShader>& copyShader(Upscaler& u) { return u.mCopyShaderP; }
+    static std::unique_ptr<GfxShader>& upscalerShader(Upscaler& u) { return u.mUpscalerShaderP; }
+    static std::unique_ptr<GfxShader>& rcasShader(Upscaler& u) { return u.mRcasShaderP; }
+    static uint32_t& textureColorEasu(Upscaler& u) { return u.mTextureColorEasu; }
+    static void forgetNames(Upscaler& u) {
+        u.mFrameBufferCopy = u.mFrameBufferEasu = u.mFrameBufferRcas = u.mQuadVAO = u.mQuadVBO = 0;
+    }
 
     static std::unordered_map<uint64_t, uint32_t>& textures(Upscaler& u) { return u.mTextureMap; }
     static std::list<void*>& images(Upscaler& u) { return u.mEglImageList; }
     static EGLDisplay display(const Upscaler& u) { return u.mEGLDisplay; }
     static EGLContext context(const Upscaler& u) { return u.mEGLContext; }
+
+  private:
+    static uint64_t idOf(const std::unique_ptr<GfxShader>& shader) {
+        return shader == nullptr ? 0 : shader->getID();
+    }
 };
 
 namespace test {
@@ -98,31 +125,17 @@ inline std::vector<uint32_t> pixelsOf(const sp<GraphicBuffer>& buffer) {
     return pixels;
 }
 
-// What `work` would print for an error behind each of its checks, without path and line: the texts
-// of all its checked GL calls, in order.
-inline std::vector<std::string> checkedTexts(const std::function<void()>& work) {
-    std::vector<std::string> texts;
-    for (size_t i = 0;; ++i) {
-        GlTrace trace;
-        LogCapture log;
-        trace.raiseAfter(i, GL_OUT_OF_MEMORY);
-        work();
-        if (!trace.raised()) return texts;
-        const std::vector<std::string> errors = log.errors();
-        if (errors.size() != 1) {
-            ADD_FAILURE() << "check " << i << " wrote " << errors.size() << " lines";
-            return texts;
-        }
-        // glGetError failed PATH: LINE: TEXT failed: OUT_OF_MEMORY
-        const size_t line = errors[0].find(": ") + 2;
-        const size_t text = errors[0].find(": ", line) + 2;
-        const size_t end = errors[0].rfind(" failed: OUT_OF_MEMORY \n");
-        if (end == std::string::npos) {
-            ADD_FAILURE() << errors[0];
-            return texts;
-        }
-        texts.push_back(errors[0].substr(text, end - text));
-    }
+// The cache's key for a buffer: a hash of its native buffer's address.
+inline uint64_t bufferKey(const sp<GraphicBuffer>& buffer) {
+    const uint64_t p = reinterpret_cast<uintptr_t>(buffer->getNativeBuffer());
+    const uint64_t mul = 0x9ddfea08eb382d69ULL;
+    const auto mix = [&](uint64_t a, uint64_t b) {
+        const uint64_t x = (a ^ b) * mul;
+        return x ^ (x >> 47);
+    };
+    const uint64_t u = 8 + ((p << 3) & 0xFFFFFFFFULL);
+    const uint64_t v = p >> 32;
+    return mix(v, mix(u, v)) * mul;
 }
 
 }  // namespace test

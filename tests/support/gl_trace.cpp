@@ -8,6 +8,7 @@
 #include <GLES2/gl2ext.h>
 #include <dlfcn.h>
 
+#include <sstream>
 #include <tuple>
 #include <type_traits>
 
@@ -17,6 +18,14 @@ namespace {
 thread_local GlTrace* tActive = nullptr;
 thread_local int tDepth = 0;
 
+// "3098=3", in hexadecimal.
+std::string attributes(const EGLint* list) {
+    std::ostringstream text;
+    for (; *list != EGL_NONE; list += 2)
+        text << std::hex << list[0] << "=" << list[1];
+    return text.str();
+}
+
 template <typename T>
 void add(GlCall& call, T argument) {
     uint64_t bits = 0;
@@ -25,6 +34,8 @@ void add(GlCall& call, T argument) {
     call.arguments.push_back(bits);
     if constexpr (std::is_same_v<T, const char*>) {
         if (argument != nullptr) call.text = argument;
+    } else if constexpr (std::is_same_v<T, const EGLint*>) {
+        if (argument != nullptr) call.text = attributes(argument);
     }
 }
 
@@ -107,7 +118,8 @@ std::vector<GlCall> GlTrace::named(const std::string& name) const {
 std::vector<std::string> GlTrace::names() const {
     std::vector<std::string> names;
     for (const GlCall& call : mCalls) {
-        if (call.name != "glGetError" && call.name.compare(0, 6, "atrace") != 0)
+        if (call.name != "glGetError" && call.name != "log" &&
+            call.name.compare(0, 6, "atrace") != 0)
             names.push_back(call.name);
     }
     return names;
@@ -115,6 +127,10 @@ std::vector<std::string> GlTrace::names() const {
 
 bool GlTrace::takeFailure(const GlCall& call) {
     if (mFail.empty() || (mFail != call.name && mFail != call.name + ":" + call.text)) return false;
+    if (mFailSkip > 0) {
+        --mFailSkip;
+        return false;
+    }
     mFail.clear();
     return true;
 }

@@ -41,12 +41,15 @@ class GlTrace {
     void clear() { mCalls.clear(); }
     std::vector<GlCall> named(const std::string& name) const;
     size_t count(const std::string& name) const { return named(name).size(); }
-    // The names of all calls but glGetError and the trace facility's, in order.
+    // The names of all calls but glGetError, the trace facility's and the log's, in order.
     std::vector<std::string> names() const;
 
-    // The next call of this name fails without reaching the driver (0, false, null or -1). With
-    // "name:text", the next one with that string argument.
-    void failNext(const std::string& name) { mFail = name; }
+    // The next call of this name, or the one `skip` later, fails without reaching the driver (0,
+    // false, null or -1). With "name:text", a call with that string argument.
+    void failNext(const std::string& name, size_t skip = 0) {
+        mFail = name;
+        mFailSkip = skip;
+    }
     // What eglGetError answers from now on; 0: the real thing.
     void setEglError(int error) { mEglError = error; }
     // `error` is pending behind the call after `skip` more calls that a glGetError follows.
@@ -68,6 +71,7 @@ class GlTrace {
   private:
     std::vector<GlCall> mCalls;
     std::string mFail;
+    size_t mFailSkip = 0;
     int mEglError = 0;
     size_t mSkip = 0;
     unsigned int mRaise = 0;

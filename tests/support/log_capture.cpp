@@ -5,6 +5,8 @@
 
 #include <mutex>
 
+#include "support/gl_trace.h"
+
 namespace android::test {
 namespace {
 
@@ -13,6 +15,7 @@ std::vector<LogLine> gLines;
 
 void capture(const __android_logger_data* data, const char* message) {
     const std::lock_guard<std::mutex> lock(gMutex);
+    if (GlTrace::active() != nullptr) GlTrace::active()->note({"log", {}, 0, message});
     gLines.push_back({data->priority, data->tag == nullptr ? "" : data->tag, message});
 }
 

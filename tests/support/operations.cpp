@@ -6,87 +6,97 @@
 namespace android::test {
 namespace {
 
-const std::vector<std::string> kEasuUniforms = {"vec4_0", "vec4_1", "vec4_2", "vec4_3", "SizeInfo"};
-const std::vector<std::string> kRcasUniforms = {"sharpness", "SizeInfo"};
-const std::vector<std::string> kCasUniforms = {"SizeInfo", "Const0", "Const1"};
+template <typename... Floats>
+std::vector<uint32_t> bits(Floats... values) {
+    std::vector<uint32_t> all;
+    for (const float value : {values...}) {
+        uint32_t word;
+        std::memcpy(&word, &value, sizeof(word));
+        all.push_back(word);
+    }
+    return all;
+}
 
-PassRow copy(UpscalerPeer::Shader program, const char* size) {
+float asFloat(uint32_t word) {
+    float value;
+    std::memcpy(&value, &word, sizeof(value));
+    return value;
+}
+
+const UniformRow kSizeInfo = {"SizeInfo", "setVec4", bits(24.0f, 16.0f, 48.0f, 64.0f)};
+
+const std::vector<UniformRow> kEasuUniforms = {
+        {"vec4_0", "setVec4",
+         bits(24.0f * (1.0f / 48.0f), 0.25f, 12.0f * (1.0f / 48.0f) - 0.5f, -0.375f)},
+        {"vec4_1", "setVec4", bits(1.0f / 24.0f, 1.0f / 16.0f, 1.0f / 24.0f, -1.0f / 16.0f)},
+        {"vec4_2", "setVec4", bits(-1.0f / 24.0f, 2.0f / 16.0f, 1.0f / 24.0f, 2.0f / 16.0f)},
+        {"vec4_3", "setVec4", bits(0.0f, 4.0f / 16.0f, 0.0f, 0.0f)},
+        kSizeInfo,
+};
+
+std::vector<UniformRow> rcasUniforms(float scale) {
+    return {{"sharpness", "setFloat", bits(scale)}, kSizeInfo};
+}
+
+std::vector<UniformRow> casUniforms(float peak, uint32_t half) {
+    return {kSizeInfo,
+            {"Const0", "setUvec4", bits(0.5f, 0.25f, -0.25f, -0.375f)},
+            {"Const1", "setUvec4", {bits(peak)[0], half, bits(4.0f)[0], 0}}};
+}
+
+const std::vector<UniformRow> kCasSharpenUniforms = {
+        {"SizeInfo", "setVec4", bits(48.0f, 64.0f, 48.0f, 64.0f)},
+        {"Const0", "setUvec4", bits(1.0f, 1.0f, 0.0f, 0.0f)},
+        {"Const1", "setUvec4", {bits(-0.125f)[0], 0xB000, bits(8.0f)[0], 0}},
+};
+
+PassRow copy(const char* program, const char* size) {
     return {program, {}, "mTextureColorCopy", "mFrameBufferCopy", size, "srcTexture"};
 }
 
-PassRow upscale(UpscalerPeer::Shader program, std::vector<std::string> uniforms) {
+PassRow upscale(const char* program, std::vector<UniformRow> uniforms) {
     return {program, std::move(uniforms), "mTextureColorEasu", "mFrameBufferEasu",
             "dst",   "mTextureColorCopy"};
 }
 
-PassRow last(UpscalerPeer::Shader program, std::vector<std::string> uniforms, const char* input) {
+PassRow last(const char* program, std::vector<UniformRow> uniforms, const char* input) {
     return {program, std::move(uniforms), "dstTexture", "mFrameBufferRcas", "dst", input};
 }
 
-std::string setterOf(const std::string& uniform) {
-    if (uniform == "sharpness") return "glUniform1f(value_location, value)";
-    if (uniform == "Const0" || uniform == "Const1")
-        return "glUniform4ui(value_location, x, y, z, w)";
-    return "glUniform4f(value_location, x, y, z, w)";
+std::string uniformText(const UniformRow& uniform) {
+    std::string bitList;
+    std::string numbers = "*";
+    for (const uint32_t word : uniform.bits)
+        bitList += (bitList.empty() ? "" : "~") + std::to_string(word);
+    if (uniform.setter == std::string("setVec4")) {
+        numbers.clear();
+        const char* const titles[] = {"", ",~y:~", ",~z:~", ",~w:~"};
+        for (size_t i = 0; i < 4; ++i)
+            numbers += titles[i] + std::to_string(asFloat(uniform.bits[i]));
+        numbers += ",~value_location:~{value_location}";
+    }
+    const std::string setter = uniform.setter;
+    return std::string("include ") + (setter == "setFloat" ? "scalar" : "vector") +
+           " setter=" + setter + " uniform=" +
+           (setter == "setFloat"  ? "glUniform1f"
+            : setter == "setVec4" ? "glUniform4f"
+                                  : "glUniform4ui") +
+           " name=" + uniform.name + " bits=" + bitList + " numbers=" + numbers + "\n";
 }
 
-std::vector<std::string> passTexts(const OperationRow& row, const PassRow& pass) {
-    const std::string location = "value_location = glGetUniformLocation(ID, name.c_str())";
-    const std::string width = pass.size + "Width";
-    const std::string height = pass.size + "Height";
-    const std::string bindFrameBuffer =
-            "glBindFramebuffer(GL_FRAMEBUFFER, " + pass.frameBuffer + ")";
-
-    std::vector<std::string> texts = {"glUseProgram(ID)", location,
-                                      "glUniform1i(value_location, value)"};
-    for (const std::string& uniform : pass.uniforms) {
-        texts.push_back(location);
-        texts.push_back(setterOf(uniform));
-    }
+std::string passText(const OperationRow& row, const PassRow& pass) {
     const bool intermediate = pass.target != "dstTexture";
-    if (intermediate) texts.push_back("glGenTextures(1, &" + pass.target + ")");
-    texts.push_back("glBindTexture(GL_TEXTURE_2D, " + pass.target + ")");
-    if (intermediate) {
-        texts.push_back("glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, " + width + ", " + height +
-                        ", 0, GL_RGB, GL_UNSIGNED_BYTE, NULL)");
-        texts.push_back("glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST)");
-        texts.push_back("glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, " +
-                        row.magnification + ")");
-    }
-    texts.push_back(bindFrameBuffer);
-    texts.push_back("glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, " +
-                    pass.target + ", 0)");
-    texts.push_back("glViewport(0, 0, " + width + ", " + height + ")");
-    texts.push_back(bindFrameBuffer);
-    texts.push_back("glDisable(GL_DEPTH_TEST)");
-    if (row.clears) {
-        texts.push_back("glClearColor(0.1f, 0.1f, 0.1f, 1.0f)");
-        texts.push_back("glClear(GL_COLOR_BUFFER_BIT)");
-    }
-    texts.push_back("glBindVertexArray(mQuadVAO)");
-    texts.push_back(pass.input == "srcTexture"
-                            ? "glBindTexture(GL_TEXTURE_EXTERNAL_OES, srcTexture)"
-                            : "glBindTexture(GL_TEXTURE_2D, " + pass.input + ")");
-    texts.push_back("glDrawArrays(GL_TRIANGLES, 0, 6)");
-    return texts;
-}
-
-// With the EGL calls of the fence by their bare names.
-std::vector<std::string> frame(const OperationRow& row) {
-    std::vector<std::string> texts = {"glBindTexture(texture_target, texture)",
-                                      "glBindTexture(texture_target, texture)"};
-    for (const PassRow& pass : row.passes) {
-        for (std::string& text : passTexts(row, pass))
-            texts.push_back(std::move(text));
-    }
-    texts.push_back("eglCreateSyncKHR");
-    if (row.flushesBeforeDup) texts.push_back("glFlush()");
-    texts.push_back("eglDupNativeFenceFDANDROID");
-    texts.push_back("eglDestroySyncKHR");
-    if (!row.flushesBeforeDup) texts.push_back("glFlush()");
-    for (const std::string& name : row.deletes)
-        texts.push_back("glDeleteTextures(1, &" + name + ")");
-    return texts;
+    std::string text;
+    if (!intermediate)
+        text += "| " + row.name + ": sharpness: " + std::to_string(row.sharpness) + "\n";
+    text += "include use program=" + pass.program + "\n";
+    for (const UniformRow& uniform : pass.uniforms)
+        text += uniformText(uniform);
+    return text + "include pass target=" + pass.target + " frameBuffer=" + pass.frameBuffer +
+           " size=" + pass.size + " input=" + pass.input + " inputTarget=" +
+           (pass.input == "srcTexture" ? "GL_TEXTURE_EXTERNAL_OES" : "GL_TEXTURE_2D") +
+           " filter=" + row.magnification + " intermediate=" + (intermediate ? "1" : "") +
+           " clears=" + (row.clears ? "1" : "") + "\n";
 }
 
 }  // namespace
@@ -96,30 +106,27 @@ std::ostream& operator<<(std::ostream& out, const OperationRow& row) {
 }
 
 const std::vector<OperationRow>& operations() {
-    using Peer = UpscalerPeer;
-    const std::vector<std::string> copyOnly = {"mTextureColorCopy"};
-    const std::vector<std::string> both = {"mTextureColorEasu", "mTextureColorCopy"};
     // clang-format off
     static const std::vector<OperationRow> rows = {
-        // name, function, passes, magnification, clears, flushes before the dup, trace queries, deletes
-        {"fsrResize", &Upscaler::fsrResize,
-         {copy(Peer::kCopyShader, "src"), upscale(Peer::kEasuShader, kEasuUniforms), last(Peer::kRcasShader, kRcasUniforms, "mTextureColorEasu")},
-         "GL_LINEAR", true, true, 14, both},
-        {"neaResize", &Upscaler::neaResize,
-         {copy(Peer::kCopyShader, "src"), upscale(Peer::kUpscalerShader, {}), last(Peer::kRcasShader, kRcasUniforms, "mTextureColorEasu")},
-         "GL_NEAREST", false, false, 6, both},
-        {"casSharpen", &Upscaler::casSharpen,
-         {copy(Peer::kCopyShader, "dst"), last(Peer::kCasSharpenShader, kCasUniforms, "mTextureColorCopy")},
-         "GL_LINEAR", false, false, 6, copyOnly},
-        {"casResize", &Upscaler::casResize,
-         {copy(Peer::kCopyShader, "src"), last(Peer::kCasUpscaleShader, kCasUniforms, "mTextureColorCopy")},
-         "GL_NEAREST", false, false, 6, both},
-        {"casvUpscale", &Upscaler::casvUpscale,
-         {copy(Peer::kRgb2hsvShader, "src"), last(Peer::kCasVUpscaleShader, kCasUniforms, "mTextureColorCopy")},
-         "GL_NEAREST", false, false, 6, copyOnly},
-        {"casTUpscale", &Upscaler::casTUpscale,
-         {copy(Peer::kCopyShader, "src"), last(Peer::kCasTUpscaleShader, kCasUniforms, "mTextureColorCopy")},
-         "GL_NEAREST", false, false, 6, copyOnly},
+        // name, function, sharpness, passes, magnification, clears, flushes before the dup, trace queries, deletes mTextureColorEasu
+        {"fsrResize", &Upscaler::fsrResize, 2.0f,
+         {copy("mCopyShaderP", "src"), upscale("mEasuShaderP", kEasuUniforms), last("mRcasShaderP", rcasUniforms(0.25f), "mTextureColorEasu")},
+         "GL_LINEAR", true, true, 14, true},
+        {"neaResize", &Upscaler::neaResize, -1.0f,
+         {copy("mCopyShaderP", "src"), upscale("mUpscalerShaderP", {}), last("mRcasShaderP", rcasUniforms(2.0f), "mTextureColorEasu")},
+         "GL_NEAREST", false, false, 6, true},
+        {"casSharpen", &Upscaler::casSharpen, 1.0f,
+         {copy("mCopyShaderP", "dst"), last("mCasSharpenShaderP", kCasSharpenUniforms, "mTextureColorCopy")},
+         "GL_LINEAR", false, false, 6, false},
+        {"casResize", &Upscaler::casResize, 0.0f,
+         {copy("mCopyShaderP", "src"), last("mCasUpscaleShaderP", casUniforms(-0.2f, 0xB266), "mTextureColorCopy")},
+         "GL_NEAREST", false, false, 6, true},
+        {"casvUpscale", &Upscaler::casvUpscale, 9.0f,
+         {copy("mRgb2hsvShaderP", "src"), last("mCasVUpscaleFloatShaderP", casUniforms(-0.125f, 0xB000), "mTextureColorCopy")},
+         "GL_NEAREST", false, false, 6, false},
+        {"casTUpscale", &Upscaler::casTUpscale, 0.5f,
+         {copy("mCopyShaderP", "src"), last("mCasTUpscaleShaderP", casUniforms(-20.0f / 97.5f, 0xB290), "mTextureColorCopy")},
+         "GL_NEAREST", false, false, 6, false},
     };
     // clang-format on
     return rows;
@@ -132,22 +139,35 @@ const OperationRow& operation(const std::string& name) {
     throw std::invalid_argument(name);
 }
 
-std::vector<std::string> expectedTexts(const OperationRow& row) {
-    std::vector<std::string> texts;
-    for (std::string& text : frame(row)) {
-        if (text.compare(0, 3, "egl") != 0) texts.push_back(std::move(text));
-    }
-    return texts;
+Script operationScript(const OperationRow& row, Cache cache) {
+    const bool miss = cache == Cache::Miss;
+    const std::string hitOrMiss = miss ? " miss=1" : " hit=1";
+    std::string text = "| >> " + row.name + "\n";
+    text += "include import which=src target=GL_TEXTURE_EXTERNAL_OES count=" +
+            std::string(miss ? "1" : "2") + hitOrMiss + "\n";
+    text += "include import which=dst target=GL_TEXTURE_2D count=2" + hitOrMiss + "\n";
+    for (const PassRow& pass : row.passes)
+        text += passText(row, pass);
+    text += std::string("include fence ") +
+            (row.flushesBeforeDup ? "flushesFirst=1" : "flushesLast=1") +
+            (row.deletesEasu ? " deletesEasu=1" : "") + "\n";
+    return scriptOf(text + "| << " + row.name + "\n");
 }
 
-std::vector<std::string> expectedCalls(const OperationRow& row) {
-    std::vector<std::string> names = frame(row);
-    for (std::string& text : names) {
-        const size_t assigned = text.find(" = ");
-        if (assigned != std::string::npos) text.erase(0, assigned + 3);
-        text.erase(std::min(text.find('('), text.size()));
+Words wordsOf(Upscaler& upscaler, const sp<GraphicBuffer>& src, const sp<GraphicBuffer>& dst) {
+    Words words = UpscalerPeer::words(upscaler);
+    words.insert({{"srcWidth", src->getWidth()},
+                  {"srcHeight", src->getHeight()},
+                  {"dstWidth", dst->getWidth()},
+                  {"dstHeight", dst->getHeight()},
+                  {"srcBuffer", reinterpret_cast<uintptr_t>(src->getNativeBuffer())},
+                  {"dstBuffer", reinterpret_cast<uintptr_t>(dst->getNativeBuffer())}});
+    for (const auto& [which, buffer] : {std::make_pair("src", src), std::make_pair("dst", dst)}) {
+        const auto& textures = UpscalerPeer::textures(upscaler);
+        const auto cached = textures.find(bufferKey(buffer));
+        if (cached != textures.end()) words[std::string(which) + "Texture"] = cached->second;
     }
-    return names;
+    return words;
 }
 
 }  // namespace android::test

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The six operations as the tests expect them: one row each, on one frame.
+// The library's work as scripts: its set-up and teardown, and the six operations, one row each on
+// one frame.
 #ifndef TESTS_SUPPORT_OPERATIONS_H
 #define TESTS_SUPPORT_OPERATIONS_H
 
@@ -8,12 +9,22 @@
 #include <vector>
 
 #include "support/fixture.h"
+#include "support/script.h"
 
 namespace android::test {
 
+// The scripts' uniforms are those of a source of 24 x 16 pixels and a destination of 48 x 64.
+constexpr uint32_t kSrcWidth = 24, kSrcHeight = 16, kDstWidth = 48, kDstHeight = 64;
+
+struct UniformRow {
+    const char* name;
+    const char* setter;  // setFloat, setVec4, setUvec4
+    std::vector<uint32_t> bits;
+};
+
 struct PassRow {
-    UpscalerPeer::Shader program;
-    std::vector<std::string> uniforms;  // behind the sampler, in order
+    std::string program;               // the member
+    std::vector<UniformRow> uniforms;  // behind the sampler, in order
     std::string target;
     std::string frameBuffer;
     std::string size;  // of the target: "src" or "dst"
@@ -23,12 +34,13 @@ struct PassRow {
 struct OperationRow {
     std::string name;
     void (Upscaler::*call)(sp<GraphicBuffer>&, sp<GraphicBuffer>&, float, sp<Fence>*);
+    float sharpness;  // the one that the uniforms are for
     std::vector<PassRow> passes;
     std::string magnification;
     bool clears;
     bool flushesBeforeDup;
     size_t traceQueries;
-    std::vector<std::string> deletes;
+    bool deletesEasu;  // mTextureColorEasu, before mTextureColorCopy
 };
 
 std::ostream& operator<<(std::ostream& out, const OperationRow& row);
@@ -36,11 +48,12 @@ std::ostream& operator<<(std::ostream& out, const OperationRow& row);
 const std::vector<OperationRow>& operations();
 const OperationRow& operation(const std::string& name);
 
-// The texts of the checked GL calls of one call on buffers that are in the cache.
-std::vector<std::string> expectedTexts(const OperationRow& row);
+enum class Cache { Miss, Hit };
 
-// The same as names of functions, with the EGL calls of the fence between them.
-std::vector<std::string> expectedCalls(const OperationRow& row);
+Script operationScript(const OperationRow& row, Cache cache);
+
+// The words for what the object has made so far, and for a call with these buffers.
+Words wordsOf(Upscaler& upscaler, const sp<GraphicBuffer>& src, const sp<GraphicBuffer>& dst);
 
 }  // namespace android::test
 

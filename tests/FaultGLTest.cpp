@@ -1,0 +1,272 @@
+// SPDX-License-Identifier: Apache-2.0
+// One thing fails at a time: what is logged, what goes on, and what state is left.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/fixture.h"
+#include "support/operations.h"
+
+namespace android::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+
+constexpr struct {
+    GLenum code;
+    const char* name;
+} kErrors[] = {
+        {GL_INVALID_ENUM, "INVALID_ENUM"},
+        {GL_INVALID_VALUE, "INVALID_VALUE"},
+        {GL_INVALID_OPERATION, "INVALID_OPERATION"},
+        {GL_OUT_OF_MEMORY, "OUT_OF_MEMORY"},
+        {0x0506, "unknown error"},
+        {0x0777, "unknown error"},
+};
+
+class FaultGLTest : public ::testing::Test {
+  protected:
+    void TearDown() override { resizeBufferLogLevel = 0; }
+
+    sp<GraphicBuffer> src = makeBuffer(kSrcWidth, kSrcHeight);
+    sp<GraphicBuffer> dst = makeBuffer(kDstWidth, kDstHeight);
+    sp<Fence> fence;
+};
+
+// ---- GL, behind each of its calls ----
+
+TEST_F(FaultGLTest, GlInConstruction) {
+    expectEachCheckReports(scriptOf("include construction"), GL_OUT_OF_MEMORY, "OUT_OF_MEMORY", [] {
+        Upscaler upscaler;
+        upscaler.destroyEGL();
+    });
+}
+
+TEST_F(FaultGLTest, GlInTeardown) {
+    OwnedUpscaler upscaler;
+    upscaler->fsrResize(src, dst, 0.0f, &fence);
+    upscaler->clearOpenGLResources();
+    for (const auto& error : kErrors)
+        expectEachCheckReports(scriptOf("include clear"), error.code, error.name,
+                               [&] { upscaler->clearOpenGLResources(); });
+}
+
+TEST_F(FaultGLTest, GlInAProgramThatDoesNotBuild) {
+    OwnedUpscaler upscaler;
+    const std::string broken = "#version 320 es\nvoid main() { nonsense = 1; }\n";
+    LogCapture log;
+    GlTrace trace;
+    trace.raiseAlways(GL_INVALID_VALUE);
+    GfxShader(broken, broken);
+    EXPECT_THAT(log.errors(),
+                Contains(HasSubstr(": glGetShaderInfoLog(shader, InfoLogLength, NULL, "
+                                   "&VertexShaderErrorMessage[0]) failed: INVALID_VALUE \n"))
+                        .Times(2));
+    EXPECT_THAT(log.errors(),
+                Contains(HasSubstr(": glGetProgramInfoLog(shader, InfoLogLength, NULL, "
+                                   "&ProgramErrorMessage[0]) failed: INVALID_VALUE \n")));
+}
+
+class OperationFaultGLTest : public FaultGLTest,
+                             public ::testing::WithParamInterface<OperationRow> {
+  protected:
+    void call() { ((*upscaler).*GetParam().call)(src, dst, 0.5f, &fence); }
+    std::vector<std::string> callNames() {
+        GlTrace trace;
+        call();
+        return trace.names();
+    }
+
+    OwnedUpscaler upscaler;
+};
+
+TEST_P(OperationFaultGLTest, Gl) {
+    call();
+    for (const auto& error : kErrors)
+        expectEachCheckReports(operationScript(GetParam(), Cache::Hit), error.code, error.name,
+                               [&] { call(); });
+    EXPECT_TRUE(fence->isValid());
+    expectEachCheckReports(operationScript(GetParam(), Cache::Miss), GL_INVALID_VALUE,
+                           "INVALID_VALUE", [&] {
+                               src = makeBuffer(kSrcWidth, kSrcHeight);
+                               dst = makeBuffer(kDstWidth, kDstHeight);
+                               call();
+                           });
+}
+
+// The lines are written at debug level; with it off nothing is, and the caller finds an invalid
+// fence.
+TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
+    constexpr struct {
+        const char* fails;
+        const char* line;
+    } kRows[] = {
+            {"eglCreateSyncKHR", "syncForReleaseLocked: error creating EGL fence: 0x3004"},
+            {"eglDupNativeFenceFDANDROID",
+             "syncForReleaseLocked: error dup'ing native fence fd: 0x3004"},
+    };
+    call();
+    const std::vector<std::string> undisturbed = callNames();
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.fails);
+        LogCapture log;
+        GlTrace trace;
+        trace.failNext(row.fails);
+        fence.clear();
+        call();
+        ASSERT_NE(fence, nullptr);
+        EXPECT_FALSE(fence->isValid());
+        EXPECT_THAT(log.lines(), IsEmpty());
+        EXPECT_EQ(trace.names(), undisturbed);
+
+        resizeBufferLogLevel = 0x21;
+        trace.failNext(row.fails);
+        trace.setEglError(0x3004);
+        trace.clear();
+        call();
+        EXPECT_THAT(log.debug(), Contains(row.line));
+        EXPECT_THAT(log.errors(), IsEmpty());
+        resizeBufferLogLevel = 0;
+    }
+    // Its result is not asked for.
+    GlTrace trace;
+    LogCapture log;
+    trace.failNext("eglDestroySyncKHR");
+    call();
+    EXPECT_TRUE(fence->isValid());
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST_P(OperationFaultGLTest, Images) {
+    for (size_t failing = 0; failing < 2; ++failing) {
+        OwnedUpscaler fresh;
+        LogCapture log;
+        GlTrace trace;
+        trace.failNext("eglCreateImageKHR", failing);
+        ((*fresh).*GetParam().call)(src, dst, 0.5f, &fence);
+        EXPECT_EQ(log.errors().at(0), "get_texture: EGL_NO_IMAGE_KHR");
+        EXPECT_TRUE(fence->isValid());
+        EXPECT_THAT(UpscalerPeer::textures(*fresh), SizeIs(1));
+        EXPECT_THAT(UpscalerPeer::images(*fresh), SizeIs(1));
+        EXPECT_EQ(trace.count("glDrawArrays"), GetParam().passes.size())
+                << "the passes run regardless";
+        // The next call tries again.
+        log.clear();
+        ((*fresh).*GetParam().call)(src, dst, 0.5f, &fence);
+        EXPECT_THAT(UpscalerPeer::textures(*fresh), SizeIs(2));
+        EXPECT_THAT(log.errors(), IsEmpty());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, OperationFaultGLTest, ::testing::ValuesIn(operations()),
+                         [](const auto& row) { return row.param.name; });
+
+// ---- EGL ----
+
+TEST_F(FaultGLTest, EglInConstruction) {
+    constexpr struct {
+        const char* call;
+        const char* line;
+        bool displayStays;
+        bool contextStays;
+    } kRows[] = {
+            {"eglGetDisplay", "initEGL: Failed to get EGL display", false, false},
+            {"eglInitialize", "initEGL: Failed to initialize EGL, error code=0x3003", true, false},
+            {"eglChooseConfig", "initEGL: Failed to choose EGLConfig, error code=0x3003", true,
+             false},
+            {"eglCreateContext", "initEGL: Failed to create EGL context, error code=0x3003", true,
+             false},
+            {"eglMakeCurrent",
+             "initEGL: Failed to make EGL context and surface current, error code=0x3003", true,
+             true},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.call);
+        LogCapture log;
+        GlTrace trace;
+        trace.failNext(row.call);
+        trace.setEglError(0x3003);
+        OwnedUpscaler upscaler;
+        EXPECT_EQ(log.errors().at(0), row.line);
+        EXPECT_THAT(log.errors(), Not(Contains(HasSubstr("glGetError"))));
+        EXPECT_EQ(trace.count("eglGetProcAddress"), 0u) << "it was the last step";
+        EXPECT_EQ(UpscalerPeer::display(*upscaler) != EGL_NO_DISPLAY, row.displayStays);
+        EXPECT_EQ(UpscalerPeer::context(*upscaler) != EGL_NO_CONTEXT, row.contextStays);
+        // Construction has gone on: nine programs, none of whose shaders compile and none of which
+        // links.
+        EXPECT_EQ(trace.count("glCreateProgram"), 9u);
+        EXPECT_THAT(log.errors(), SizeIs(1 + 9 * 3));
+
+        fence = Fence::NO_FENCE;
+        log.clear();
+        upscaler->fsrResize(src, dst, 0.0f, &fence);
+        EXPECT_THAT(log.errors(),
+                    ElementsAre("get_texture: EGL_NO_IMAGE_KHR", "get_texture: EGL_NO_IMAGE_KHR"));
+        EXPECT_NE(fence, Fence::NO_FENCE);
+        EXPECT_FALSE(fence->isValid());
+    }
+}
+
+TEST_F(FaultGLTest, AMissingEntryPointFailsLikeItsCall) {
+    struct Row {
+        const char* missing;
+        const char* error;  // for each buffer; null: none
+        bool fenceIsValid;
+    };
+    const Row rows[] = {{"eglCreateImageKHR", "get_texture: EGL_NO_IMAGE_KHR", true},
+                        {"glEGLImageTargetTexture2DOES",
+                         ": glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage) "
+                         "failed: INVALID_OPERATION \n",
+                         true},
+                        {"eglCreateSyncKHR", nullptr, false},
+                        {"eglDestroySyncKHR", nullptr, true},
+                        {"eglDestroyImageKHR", nullptr, true},
+                        {"eglWaitSyncKHR", nullptr, true}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.missing);
+        LogCapture log;
+        GlTrace trace;
+        trace.failNext(std::string("eglGetProcAddress:") + row.missing);
+        OwnedUpscaler upscaler;
+        upscaler->fsrResize(src, dst, 0.0f, &fence);
+        // Drawing with textures that have no image can raise errors of its own.
+        const std::string error = row.error == nullptr ? "?" : row.error;
+        EXPECT_THAT(log.errors(), Contains(HasSubstr(error)).Times(row.error == nullptr ? 0 : 2));
+        if (row.error == nullptr) {
+            EXPECT_THAT(log.errors(), IsEmpty());
+        }
+        ASSERT_NE(fence, nullptr);
+        EXPECT_EQ(fence->isValid(), row.fenceIsValid);
+        EXPECT_EQ(trace.count("eglDupNativeFenceFDANDROID"), 1u);
+    }
+}
+
+TEST_F(FaultGLTest, TeardownAsksForNoResult) {
+    for (const char* call : {"eglDestroyImageKHR", "eglMakeCurrent", "eglDestroyContext",
+                             "eglTerminate", "eglReleaseThread"}) {
+        SCOPED_TRACE(call);
+        Upscaler upscaler;
+        upscaler.casSharpen(src, dst, 0.5f, &fence);
+        ASSERT_EQ(fence->wait(10000), OK);
+        Words words = wordsOf(upscaler, src, dst);
+        words.erase("mTextureColorEasu");
+        LogCapture log;
+        GlTrace trace;
+        trace.failNext(call);
+        upscaler.clearOpenGLResources();
+        upscaler.destroyEGL();
+        EXPECT_EQ(trace.count("eglDestroyImageKHR"), 2u);
+        EXPECT_EQ(trace.count("eglReleaseThread"), 1u);
+        EXPECT_EQ(UpscalerPeer::display(upscaler), EGL_NO_DISPLAY);
+        EXPECT_EQ(UpscalerPeer::context(upscaler), EGL_NO_CONTEXT);
+        EXPECT_THAT(log.lines(), IsEmpty());
+    }
+}
+
+}  // namespace
+}  // namespace android::test
