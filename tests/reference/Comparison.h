@@ -16,9 +16,6 @@ struct Tolerance {
     double mean;  ///< Over all channels of all defined pixels.
 };
 
-/// Share of pixels whose value is defined.
-double definedShare(const Picture& picture);
-
 /// Compares where `expected` is defined. A failure leaves NAME-actual.ppm, NAME-expected.ppm and
 /// NAME-difference.ppm (enlarged, undefined pixels blue) in the working directory.
 testing::AssertionResult matches(const Picture& actual, const Picture& expected,

@@ -21,73 +21,71 @@ int wrap(int position, int extent) {
     return ((position % extent) + extent) % extent;
 }
 
-float mix(float from, float to, float share) {
-    return from * (1.0f - share) + to * share;
+Rgb mix(const Rgb& from, const Rgb& to, float share) {
+    return (1.0f - share) * from + share * to;
 }
 
 }  // namespace
 
-void Picture::store(int x, int y, const Rgb& colour, bool defined) {
-    for (size_t channel = 0; channel < colour.size(); ++channel) {
-        const float value = colour[channel];
-        defined = defined && !std::isnan(value);
-        const float step = std::isnan(value) ? 0.0f : std::clamp(value, 0.0f, 1.0f) * 255.0f;
-        at(x, y)[channel] = static_cast<uint8_t>(std::lround(step));
-    }
-    mDefined[index(x, y)] = defined;
-}
-
 void Picture::save(const std::string& path) const {
     std::ofstream file(path, std::ios::binary);
-    file << "P6\n" << mSize.width << ' ' << mSize.height << "\n255\n";
-    for (const Rgb8& pixel : mPixels) {
-        file.write(reinterpret_cast<const char*>(pixel.data()),
-                   static_cast<std::streamsize>(pixel.size()));
+    file << "P6\n" << size.width << ' ' << size.height << "\n255\n";
+    for (const Pixel& pixel : pixels) {
+        for (const uint8_t channel : pixel.colour)
+            file.put(static_cast<char>(channel));
     }
 }
 
-Rgb Taps::texel(int x, int y) {
-    if (!mSource.contains(x, y) || !mSource.isDefined(x, y)) {
-        leaveOut();
+Pixel stored(const Rgb& colour, bool isDefined) {
+    Pixel pixel = {{}, isDefined};
+    for (size_t c = 0; c < colour.size(); ++c) {
+        if (std::isnan(colour[c])) {
+            pixel.isDefined = false;
+        } else {
+            const float step = std::clamp(colour[c], 0.0f, 1.0f) * 255.0f;
+            pixel.colour[c] = static_cast<uint8_t>(std::lround(step));
+        }
+    }
+    return pixel;
+}
+
+Rgb Fragment::texel(int column, int row) {
+    const bool isInside =
+            column >= 0 && row >= 0 && column < source.size.width && row < source.size.height;
+    if (!isInside || !source.at(column, row).isDefined) {
+        isDefined = false;
         return {};
     }
-    const Rgb8& steps = mSource.at(x, y);
-    return {static_cast<float>(steps[0]) / 255.0f, static_cast<float>(steps[1]) / 255.0f,
-            static_cast<float>(steps[2]) / 255.0f};
+    return perChannel([](uint8_t step) { return static_cast<float>(step) / 255.0f; },
+                      source.at(column, row).colour);
 }
 
-Rgb Taps::repeated(int x, int y) {
-    return texel(wrap(x, size().width), wrap(y, size().height));
+Rgb Fragment::repeated(int column, int row) {
+    return texel(wrap(column, source.size.width), wrap(row, source.size.height));
 }
 
-Rgb Taps::nearest(int x, int y, Size target) {
-    const double u = positionIn(size().width, x, target.width);
-    const double v = positionIn(size().height, y, target.height);
+Rgb Fragment::nearest() {
+    const double u = positionIn(source.size.width, x, target.width);
+    const double v = positionIn(source.size.height, y, target.height);
     for (double position : {u, v}) {
-        if (std::abs(position - std::round(position)) < kSubTexel) leaveOut();
+        if (std::abs(position - std::round(position)) < kSubTexel) isDefined = false;
     }
     return texel(static_cast<int>(u), static_cast<int>(v));
 }
 
-Rgb Taps::linear(int x, int y, Size target) {
-    const double u = positionIn(size().width, x, target.width) - 0.5;
-    const double v = positionIn(size().height, y, target.height) - 0.5;
+Rgb Fragment::linear() {
+    const double u = positionIn(source.size.width, x, target.width) - 0.5;
+    const double v = positionIn(source.size.height, y, target.height) - 0.5;
     const int left = static_cast<int>(std::floor(u));
     const int top = static_cast<int>(std::floor(v));
     const auto clamped = [this](int column, int row) {
-        return texel(std::clamp(column, 0, size().width - 1),
-                     std::clamp(row, 0, size().height - 1));
+        return texel(std::clamp(column, 0, source.size.width - 1),
+                     std::clamp(row, 0, source.size.height - 1));
     };
-    const Rgb upper[] = {clamped(left, top), clamped(left + 1, top)};
-    const Rgb lower[] = {clamped(left, top + 1), clamped(left + 1, top + 1)};
     const float across = static_cast<float>(u - left);
-    const float down = static_cast<float>(v - top);
-    Rgb result{};
-    for (size_t channel = 0; channel < result.size(); ++channel) {
-        result[channel] = mix(mix(upper[0][channel], upper[1][channel], across),
-                              mix(lower[0][channel], lower[1][channel], across), down);
-    }
-    return result;
+    return mix(mix(clamped(left, top), clamped(left + 1, top), across),
+               mix(clamped(left, top + 1), clamped(left + 1, top + 1), across),
+               static_cast<float>(v - top));
 }
 
 }  // namespace reference

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// 8-bit RGB pictures that know which of their pixels are defined, and what a pixel of a pass
-/// reads.
+/// 8-bit RGB pictures that know which of their pixels are defined, and passes that draw them.
 #ifndef UPSCALER_TESTS_REFERENCE_PICTURE_H
 #define UPSCALER_TESTS_REFERENCE_PICTURE_H
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,78 +16,81 @@ namespace reference {
 using Rgb = std::array<float, 3>;
 using Rgb8 = std::array<uint8_t, 3>;
 
+/// Applies a function of numbers to the colours' channels, one after the other.
+template <typename Function, typename... Colours>
+Rgb perChannel(Function function, const Colours&... colours) {
+    return {function(colours[0]...), function(colours[1]...), function(colours[2]...)};
+}
+inline Rgb operator+(const Rgb& a, const Rgb& b) {
+    return perChannel(std::plus<>(), a, b);
+}
+inline Rgb operator*(float factor, const Rgb& colour) {
+    return perChannel([=](float value) { return factor * value; }, colour);
+}
+
 struct Size {
-    int width = 0;
-    int height = 0;
+    int width;
+    int height;
 };
 
-/// Row 0 first. A pixel is undefined if GL leaves its value open; all start out black and defined.
-class Picture {
-  public:
-    explicit Picture(Size size) : mSize(size), mPixels(count(size)), mDefined(count(size), true) {}
+struct Pixel {
+    Rgb8 colour{};
+    bool isDefined = true;  ///< False if GL leaves the value open.
+};
 
-    Size size() const { return mSize; }
-    bool contains(int x, int y) const {
-        return x >= 0 && y >= 0 && x < mSize.width && y < mSize.height;
+struct Picture {
+    Size size;
+    std::vector<Pixel> pixels;  ///< Row 0 first.
+
+    const Pixel& at(int x, int y) const {
+        return pixels[static_cast<size_t>(y) * static_cast<size_t>(size.width) +
+                      static_cast<size_t>(x)];
     }
-    Rgb8& at(int x, int y) { return mPixels[index(x, y)]; }
-    const Rgb8& at(int x, int y) const { return mPixels[index(x, y)]; }
-    bool isDefined(int x, int y) const { return mDefined[index(x, y)]; }
-
-    /// Writes as an 8-bit normalised target does: clamped to 0..1, rounded to the nearest step.
-    void store(int x, int y, const Rgb& colour, bool defined);
-
     /// Writes a binary PPM file.
     void save(const std::string& path) const;
-
-  private:
-    static size_t count(Size size) {
-        return static_cast<size_t>(size.width) * static_cast<size_t>(size.height);
-    }
-    size_t index(int x, int y) const {
-        return static_cast<size_t>(y) * static_cast<size_t>(mSize.width) + static_cast<size_t>(x);
-    }
-
-    Size mSize;
-    std::vector<Rgb8> mPixels;
-    std::vector<bool> mDefined;
 };
 
-/// What one pixel of a pass reads, and whether all of that is defined.
-class Taps {
-  public:
-    explicit Taps(const Picture& source) : mSource(source) {}
+/// The picture whose pixels are `paint(x, y)`.
+template <typename Paint>
+Picture painted(Size size, Paint paint) {
+    Picture picture = {size, {}};
+    for (int y = 0; y < size.height; ++y) {
+        for (int x = 0; x < size.width; ++x)
+            picture.pixels.push_back(paint(x, y));
+    }
+    return picture;
+}
+
+/// One pixel of a pass whose target covers the whole source: what it reads, and whether all of that
+/// is defined.
+struct Fragment {
+    const Picture& source;
+    Size target;
+    int x;
+    int y;
+    /// To be cleared as well when the pixel depends on a decision that GL leaves open.
+    bool isDefined = true;
 
     /// An unfiltered texel; outside the picture it is undefined.
-    Rgb texel(int x, int y);
+    Rgb texel(int column, int row);
     /// A texel under the repeat wrap mode.
-    Rgb repeated(int x, int y);
-    /// Samples at the centre of pixel (x, y) of a `target` that covers the whole picture.
-    Rgb nearest(int x, int y, Size target);
-    Rgb linear(int x, int y, Size target);  ///< Clamped to the edge.
-
-    /// To be called when a pixel depends on a decision that GL leaves open.
-    void leaveOut() { mDefined = false; }
-    bool areDefined() const { return mDefined; }
-    Size size() const { return mSource.size(); }
-
-  private:
-    const Picture& mSource;
-    bool mDefined = true;
+    Rgb repeated(int column, int row);
+    /// Samples at the pixel's centre.
+    Rgb nearest();
+    Rgb linear();  ///< Clamped to the edge.
 };
 
-/// Runs one full-screen pass: `shade(taps, x, y)` gives the colour of each pixel of the target.
+/// What an 8-bit normalised target keeps: clamped to 0..1, rounded to the nearest step.
+Pixel stored(const Rgb& colour, bool isDefined);
+
+/// Runs one full-screen pass: `shade(fragment)` gives the colour of each pixel of the target.
 template <typename Shade>
 Picture draw(const Picture& source, Size target, Shade shade) {
-    Picture result(target);
-    for (int y = 0; y < target.height; ++y) {
-        for (int x = 0; x < target.width; ++x) {
-            Taps taps(source);
-            const Rgb colour = shade(taps, x, y);
-            result.store(x, y, colour, taps.areDefined());
-        }
-    }
-    return result;
+    return painted(target, [&](int x, int y) {
+        Fragment fragment = {source, target, x, y};
+        const Rgb colour = shade(fragment);
+        return stored(colour, fragment.isDefined);
+    });
 }
 
 }  // namespace reference

@@ -4,22 +4,20 @@
 #ifndef UPSCALER_TESTS_REFERENCE_TESTPICTURES_H
 #define UPSCALER_TESTS_REFERENCE_TESTPICTURES_H
 
+#include <string>
 #include <vector>
 
 #include "reference/Picture.h"
 
 namespace reference {
 
-struct NamedPicture {
-    const char* name;
+struct TestPicture {
+    std::string name;
     Picture (*make)(Size);
 };
 
 /// The same pictures at each run, to the bit.
-const std::vector<NamedPicture>& testPictures();
-
-/// Random bytes in all channels.
-Picture noise(Size size);
+const std::vector<TestPicture>& testPictures();
 
 Picture flat(Size size, const Rgb8& colour);
 

@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <gtest/gtest.h>
-
 #include "command.h"
+#include "folder.h"
 #include "png_samples.h"
-#include "temporary_folder.h"
 
 namespace {
 
+using SampleTest = FolderTest;
+
 // The pixels, since another release of zlib packs them differently.
-TEST(SampleTest, TheCommittedPictureIsTheDrawnOne) {
-    const TemporaryFolder folder;
-    const std::string drawn = folder.path("sample.png");
-    ASSERT_EQ(Command({DRAW_SAMPLE_COMMAND, drawn}).wait().exitCode, 0);
-    EXPECT_EQ(loadPng(drawn).pixels, loadPng(SAMPLE_PICTURE).pixels);
+TEST_F(SampleTest, TheCommittedPictureIsTheDrawnOne) {
+    ASSERT_EQ(shell("'" DRAW_SAMPLE_COMMAND "' sample.png").exitCode, 0);
+    EXPECT_EQ(loadPng("sample.png").pixels, loadPng(SAMPLE_PICTURE).pixels);
 }
 
 }  // namespace

@@ -1,152 +1,89 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the command does before it needs a driver, and without one.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "command.h"
-#include "command_checks.h"
+#include "folder.h"
 #include "png_samples.h"
-#include "temporary_folder.h"
-#include "tools/operations.h"
 
 namespace {
 
 using testing::HasSubstr;
 
-// A folder of inputs, good and bad.
-class UpscaleCommandTest : public testing::Test {
+class UpscaleCommandTest : public FolderTest {
   protected:
-    UpscaleCommandTest() {
-        savePng(path("in.png"), upscale::Picture(4, 3));
-        const std::string whole = readBytes(path("in.png"));
-        writeBytes(path("short.png"), whole.substr(0, whole.size() / 2));
-        writeBytes(path("empty.png"), "");
-        writeBytes(path("text.png"), "not a picture at all");
-        std::filesystem::create_directory(path("folder"));
-        mEntries = mFolder.entries();
-    }
-    void TearDown() override { EXPECT_EQ(mFolder.entries(), mEntries) << "files came or went"; }
-
-    std::string path(const std::string& name) const { return mFolder.path(name); }
-
-    TemporaryFolder mFolder;
-    std::set<std::string> mEntries;
+    UpscaleCommandTest() { savePng("in.png", upscale::Picture(4, 3)); }
 };
 
 TEST_F(UpscaleCommandTest, WrongUsage) {
-    const std::string in = path("in.png");
-    const std::string out = path("out.png");
-    const struct {
-        std::vector<std::string> arguments;
-        const char* reason;
-    } kRows[] = {
-            {{}, "IN and OUT"},
-            {{"--scale", "2", in}, "IN and OUT"},
-            {{in, out}, "one of --size and --scale"},
-            {{"--scale", "2", "--size", "5x5", in, out}, "one of --size and --scale"},
-            {{"--scale", "2", in, out, out}, "wrong usage"},
-            {{"--scale", "2", "--turn", in, out}, "--turn"},
-            {{"--scale", "2", "--op", "best", in, out},
-             "'best' is no operation; there are fsr, nea"},
-            {{in, out, "--scale"}, "--scale"},
+    std::vector<FailingCall> calls = {
+            {"", 2, "IN and OUT"},
+            {"--scale 2 in.png", 2, "IN and OUT"},
+            {"in.png out.png", 2, "one of --size and --scale"},
+            {"--scale 2 --size 5x5 in.png out.png", 2, "one of --size and --scale"},
+            {"--scale 2 in.png out.png out.png", 2, "wrong usage"},
+            {"--scale 2 --turn in.png out.png", 2, "--turn"},
+            {"--scale 2 --op best in.png out.png", 2, "'best' is no operation; there are fsr, nea"},
+            {"in.png out.png --scale", 2, "--scale"},
     };
-    for (const auto& row : kRows) {
-        EXPECT_TRUE(failedWith(upscaleCommand(row.arguments), 2, row.reason))
-                << testing::PrintToString(row.arguments);
-    }
-    for (const char* size : {"", "5", "5x", "x5", "0x5", "5x0", "-5x5", "5x5x5", "5.5x5", " 5x5",
-                             "4294967296x1", "axb", "5X5 "}) {
-        EXPECT_TRUE(failedWith(upscaleCommand({"--size", size, in, out}), 2, "--size")) << size;
-    }
-    for (const char* scale :
-         {"", "0", "-1", "nan", "inf", "-inf", "1e999", "2x", "two", "1e-999"}) {
-        EXPECT_TRUE(failedWith(upscaleCommand({"--scale", scale, in, out}), 2, "--scale")) << scale;
-    }
-    for (const upscale::Operation& operation : upscale::kOperations) {
-        const bool stops = operation.scale->weakest > 1;
-        for (const char* sharpness : {"", "nan", "inf", "-0.1", "strong", stops ? "-1" : "1.01"}) {
-            EXPECT_TRUE(failedWith(upscaleCommand({"--op", operation.name, "--scale", "2",
-                                                   "--sharpness", sharpness, in, out}),
-                                   2, "--sharpness"))
-                    << operation.name << " " << sharpness;
+    const auto addValues = [&calls](const std::string& before, const std::string& option,
+                                    const std::vector<std::string>& values) {
+        for (const std::string& value : values) {
+            calls.push_back({before + option + " '" + value + "' in.png out.png", 2, option});
         }
-    }
-}
-
-TEST_F(UpscaleCommandTest, InputsThatCannotBeRead) {
-    const struct {
-        const char* name;
-        const char* reason;
-    } kRows[] = {
-            {"missing.png", "missing.png: No such file or directory"},
-            {"in.png/below.png", "below.png: Not a directory"},
-            {"folder", "folder: Is a directory"},
-            {"empty.png", "empty.png: the file is empty"},
-            {"text.png", "text.png: not a PNG file"},
     };
-    for (const auto& row : kRows) {
-        EXPECT_TRUE(failedWith(upscaleCommand({"--scale", "2", path(row.name), path("out.png")}), 1,
-                               row.reason));
+    addValues("", "--size",
+              {"", "5", "5x", "x5", "0x5", "5x0", "-5x5", "5x5x5", "5.5x5", " 5x5", "4294967296x1",
+               "axb", "5X5 "});
+    addValues("", "--scale", {"", "0", "-1", "nan", "inf", "-inf", "1e999", "2x", "two", "1e-999"});
+    const std::pair<std::string, std::string> kPastTheScale[] = {
+            {"fsr", "-1"},   {"nea", "-1"},    {"cas-sharpen", "1.01"},
+            {"cas", "1.01"}, {"casv", "1.01"}, {"cast", "1.01"}};
+    for (const auto& [operation, value] : kPastTheScale) {
+        addValues("--scale 2 --op " + operation + " ", "--sharpness",
+                  {"", "nan", "inf", "-0.1", "strong", value});
     }
-    EXPECT_TRUE(failedWith(upscaleCommand({"--scale", "0.1", path("in.png"), path("out.png")}), 1,
-                           "in.png: 4x3 scaled by 0.1 leaves no pixels"));
+    expectFailures(calls);
 }
 
-TEST_F(UpscaleCommandTest, OutputsThatCannotBeWritten) {
-    const std::string before = readBytes(path("text.png"));
-    const struct {
-        std::string path;
-        const char* reason;
-    } kRows[] = {
-            {path("missing/out.png"), "out.png: No such file or directory"},
-            {path("text.png/out.png"), "out.png: Not a directory"},
-            {path("folder"), "folder: Is a directory"},
-            {path("new") + "/", "Is a directory"},
-            {path("text.png"), "text.png: File exists; --force"},
-            {path("in.png"), "in.png: File exists; --force"},
-            {"/dev/null", "/dev/null: not a regular file"},
-    };
-    for (const auto& row : kRows) {
-        EXPECT_TRUE(failedWith(upscaleCommand({"--scale", "2", path("in.png"), row.path}), 1,
-                               row.reason));
-    }
-    EXPECT_EQ(readBytes(path("text.png")), before);
-}
-
-TEST_F(UpscaleCommandTest, WithoutADriver) {
-    const std::vector<std::string> noDriver = {"__EGL_VENDOR_LIBRARY_FILENAMES=/nonexistent"};
-    for (const upscale::Operation& operation : upscale::kOperations) {
-        EXPECT_TRUE(failedWith(upscaleCommand({"--op", operation.name, "--scale", "2",
-                                               path("in.png"), path("out.png")},
-                                              noDriver),
-                               3, "no usable EGL and OpenGL ES 3 driver"));
-    }
-}
-
-TEST_F(UpscaleCommandTest, ALogPropertyThatIsNoNumber) {
-    for (const char* value : {"verbose", "123456789012345678901"}) {
-        const std::string setting = std::string("debug.vardi.display.ups.enable=") + value;
-        EXPECT_TRUE(failedWith(
-                upscaleCommand({"--scale", "2", path("in.png"), path("out.png")}, {setting}), 2,
-                "debug.vardi.display.ups.enable: not a hexadecimal number"))
-                << value;
-    }
+TEST_F(UpscaleCommandTest, FilesAndSurroundingsThatDoNotDo) {
+    writeBytes("empty.png", "");
+    writeBytes("text.png", "not a picture at all");
+    std::filesystem::create_directory("folder");
+    const std::string property = "debug.vardi.display.ups.enable";
+    expectFailures({
+            {"--scale 2 missing.png out.png", 1, "missing.png: No such file or directory"},
+            {"--scale 2 in.png/below.png out.png", 1, "below.png: Not a directory"},
+            {"--scale 2 folder out.png", 1, "folder: Is a directory"},
+            {"--scale 2 empty.png out.png", 1, "empty.png: the file is empty"},
+            {"--scale 2 text.png out.png", 1, "text.png: not a PNG file"},
+            {"--scale 0.1 in.png out.png", 1, "in.png: 4x3 scaled by 0.1 leaves no pixels"},
+            {"--scale 2 in.png missing/out.png", 1, "out.png: No such file or directory"},
+            {"--scale 2 in.png text.png/out.png", 1, "out.png: Not a directory"},
+            {"--scale 2 in.png folder", 1, "folder: Is a directory"},
+            {"--scale 2 in.png new/", 1, "Is a directory"},
+            {"--scale 2 in.png text.png", 1, "text.png: File exists; --force"},
+            {"--scale 2 in.png in.png", 1, "in.png: File exists; --force"},
+            {"--scale 2 in.png /dev/null", 1, "/dev/null: not a regular file"},
+            {"--scale 2 in.png out.png", 3, "no usable EGL and OpenGL ES 3 driver",
+             "__EGL_VENDOR_LIBRARY_FILENAMES=/nonexistent"},
+            {"--scale 2 in.png out.png", 2, property + ": not a hexadecimal number",
+             property + "=verbose"},
+            {"--scale 2 in.png out.png", 2, property + ": not a hexadecimal number",
+             property + "=123456789012345678901"},
+    });
+    EXPECT_EQ(readBytes("text.png"), "not a picture at all");
 }
 
 TEST_F(UpscaleCommandTest, TextsGoToStdout) {
-    for (const char* option : {"--list", "--help"}) {
-        const Outcome outcome = upscaleCommand({option});
+    for (const std::string option : {"--list", "--help"}) {
+        const Outcome outcome = runUpscale(option);
         EXPECT_EQ(outcome.exitCode, 0) << option;
         EXPECT_EQ(outcome.err, "") << option;
         EXPECT_THAT(outcome.out, HasSubstr("harpness")) << option;
     }
-    const Outcome list = upscaleCommand({"--list"});
-    for (const upscale::Operation& operation : upscale::kOperations) {
-        EXPECT_THAT(list.out, HasSubstr(operation.name));
-    }
-    EXPECT_THAT(upscaleCommand({"--version"}).out, testing::MatchesRegex("upscale [0-9.]+\n"));
+    const std::string list = runUpscale("--list").out;
+    for (const char* operation : {"fsr ", "nea ", "cas-sharpen ", "cas ", "casv ", "cast "})
+        EXPECT_THAT(list, HasSubstr(operation));
+    EXPECT_THAT(runUpscale("--version").out, testing::MatchesRegex("upscale [0-9.]+\n"));
 }
 
 }  // namespace

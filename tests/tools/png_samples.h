@@ -1,21 +1,35 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// PNG files of every kind, made with libpng itself.
+/// Pictures to test with, and PNG files of every kind, made with libpng itself.
 #ifndef UPSCALER_TESTS_TOOLS_PNG_SAMPLES_H
 #define UPSCALER_TESTS_TOOLS_PNG_SAMPLES_H
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <string>
 
 #include "tools/picture.h"
 
+using Rgba = std::array<std::uint8_t, 4>;
+
+/// The picture whose pixels are `paint(x, y)`.
+template <typename Paint>
+upscale::Picture painted(std::uint32_t width, std::uint32_t height, Paint paint) {
+    upscale::Picture picture(width, height);
+    for (std::uint32_t i = 0; i < picture.pixelCount(); ++i) {
+        const Rgba pixel = paint(i % width, i / width);
+        std::copy(pixel.begin(), pixel.end(), picture.pixel(i));
+    }
+    return picture;
+}
+
 /// A way to store a picture.
 struct PngKind {
-    const char* name;
     int colourType;
     int depth;
-    bool transparentColour;  ///< Has a tRNS chunk.
-    bool interlaced;
+    bool transparentColour = false;  ///< Has a tRNS chunk.
+    bool interlaced = false;
 };
 
 /// Writes a picture with varied samples in the given way.
