@@ -42,8 +42,10 @@ const Source kSources[] = {
         {"Easu",
          "frag",
          [] { return std::string(kEasuFragment); },
+         // The last two are what pixels cannot tell: where an edge ends to have a direction, and
+         // the alpha that an RGB target drops.
          {"uniform sampler2D screenTexture;", "uniform vec4 vec4_0;", "uniform vec4 vec4_3;",
-          "uniform highp vec4 SizeInfo;"}},
+          "uniform highp vec4 SizeInfo;", "dirR < 1.0 / 32768.0;", "vec4(Gamma2Color, 1.0)"}},
         {"Rcas",
          "frag",
          [] { return std::string(kRcasFragment); },

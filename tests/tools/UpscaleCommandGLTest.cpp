@@ -172,10 +172,11 @@ TEST_F(UpscaleFilesGLTest, VerboseTellsOfDriverAndTimes) {
 }
 
 TEST_F(UpscaleFilesGLTest, ADiskThatFillsUpLeavesNothing) {
-    // In blocks of 512 bytes: less than the output, which random pixels make large.
+    // In blocks of 512 bytes: less than the output, which is large, and more than
+    // the files in memory that a driver's compiler may use.
     writeSamplePng("in.png", {PNG_COLOR_TYPE_RGB, 8}, 100, 100);
-    EXPECT_THAT(shell("ulimit -f 8; MESA_SHADER_CACHE_DISABLE=true '" UPSCALE_COMMAND
-                      "' --size 400x400 in.png out.png"),
+    EXPECT_THAT(shell("ulimit -f 256; MESA_SHADER_CACHE_DISABLE=true '" UPSCALE_COMMAND
+                      "' --size 1200x1200 in.png out.png"),
                 FailedWith(1, "out.png: File too large"));
     EXPECT_EQ(entries(), Names{"in.png"});
 }
