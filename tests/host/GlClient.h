@@ -7,19 +7,52 @@
 #include <GLES3/gl32.h>
 // gl2ext.h uses the types of the header above.
 #include <GLES2/gl2ext.h>
+#include <gtest/gtest.h>
 #include <ui/Fence.h>
 #include <ui/GraphicBuffer.h>
 
-#include <gtest/gtest.h>
-
 #include <array>
+#include <functional>
+#include <vector>
 
 namespace android {
 
+using Bytes = std::vector<uint8_t>;
 using Colour = std::array<float, 4>;
 
-/// A client of the host's EGL: a context of its own, current on the constructing thread, and the
-/// entry points as a client fetches them. Ends what it made. Failures are gtest failures.
+constexpr uint32_t kRead = GraphicBuffer::USAGE_SW_READ_OFTEN;
+constexpr uint32_t kWrite = GraphicBuffer::USAGE_SW_WRITE_OFTEN;
+constexpr uint64_t kAnyUse = kRead | kWrite | GraphicBuffer::USAGE_HW_TEXTURE;
+
+/// The side of the images that `fillSlowly` takes.
+constexpr uint32_t kSlowSize = 512;
+
+sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height,
+                             PixelFormat format = PIXEL_FORMAT_RGBA_8888);
+
+/// Calls use(row, bytes) for each row of pixels, without the stride's padding, under a lock.
+void eachRow(const sp<GraphicBuffer>& buffer, uint32_t usage,
+             const std::function<void(uint8_t*, size_t)>& use);
+Bytes readPixels(const sp<GraphicBuffer>& buffer);
+
+/// Takes the result of an EGL call that is to fail, and gives the error that it left.
+template <typename Result>
+EGLint errorOf(Result result, Result failure = {}) {
+    EXPECT_EQ(result, failure);
+    return eglGetError();
+}
+
+/// A function as a client fetches it.
+struct EntryPoint {
+    const char* name;
+    template <typename Function>
+    operator Function() const {
+        return reinterpret_cast<Function>(eglGetProcAddress(name));
+    }
+};
+
+/// A client of the host's EGL, with a context of its own that is current on the constructing
+/// thread and takes along what was made in it. Failures are gtest failures.
 class GlClient {
   public:
     GlClient();
@@ -27,37 +60,31 @@ class GlClient {
     GlClient(const GlClient&) = delete;
     GlClient& operator=(const GlClient&) = delete;
 
-    EGLDisplay display() const { return mDisplay; }
-
     EGLImageKHR import(const sp<GraphicBuffer>& buffer) const;
-    EGLImageKHR import(EGLClientBuffer buffer) const;
 
     /// Fills the image with `colour`, on the GPU.
     void fill(EGLImageKHR image, const Colour& colour) const;
-    /// The same with a shader that takes `rounds` of arithmetic per pixel of a target of this size.
-    void fillSlowly(EGLImageKHR image, const Colour& colour, int rounds, GLsizei size) const;
-    /// What an external sampler reads at the middle of the texel (x, y) of an image of this size.
-    Colour sample(EGLImageKHR image, int x, int y, GLsizei width, GLsizei height) const;
+    /// Fills the image with ones, taking `rounds` of arithmetic for each pixel.
+    void fillSlowly(EGLImageKHR image, int rounds) const;
+    /// What an external sampler reads from each texel of an image of this size.
+    std::vector<float> sample(EGLImageKHR image, int width, int height) const;
 
-    /// A fence of what was drawn so far, by way of a sync that is destroyed at once.
+    /// A native fence sync of what was drawn so far, its fence, and the fence of one that is
+    /// destroyed at once.
+    EGLSyncKHR sync() const;
+    sp<Fence> fence(EGLSyncKHR sync) const { return new Fence(dupFence(display, sync)); }
     sp<Fence> fence() const;
 
-    const PFNEGLCREATEIMAGEKHRPROC createImage;
-    const PFNEGLDESTROYIMAGEKHRPROC destroyImage;
-    const PFNEGLCREATESYNCKHRPROC createSync;
-    const PFNEGLDESTROYSYNCKHRPROC destroySync;
-    const PFNEGLWAITSYNCKHRPROC waitSync;
-    const PFNEGLDUPNATIVEFENCEFDANDROIDPROC dupFence;
-    const PFNGLEGLIMAGETARGETTEXTURE2DOESPROC imageTargetTexture;
+    const EGLDisplay display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    const PFNEGLCREATEIMAGEKHRPROC createImage = EntryPoint{"eglCreateImageKHR"};
+    const PFNEGLDESTROYIMAGEKHRPROC destroyImage = EntryPoint{"eglDestroyImageKHR"};
+    const PFNEGLCREATESYNCKHRPROC createSync = EntryPoint{"eglCreateSyncKHR"};
+    const PFNEGLDESTROYSYNCKHRPROC destroySync = EntryPoint{"eglDestroySyncKHR"};
+    const PFNEGLDUPNATIVEFENCEFDANDROIDPROC dupFence = EntryPoint{"eglDupNativeFenceFDANDROID"};
 
   private:
-    EGLDisplay mDisplay = EGL_NO_DISPLAY;
     EGLContext mContext = EGL_NO_CONTEXT;
-    GLuint mFramebuffer = 0;
 };
-
-/// Success if GL has no error pending. Takes all there are.
-::testing::AssertionResult glIsClean();
 
 }  // namespace android
 
