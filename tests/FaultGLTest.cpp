@@ -47,6 +47,22 @@ TEST_F(FaultGLTest, GlInConstruction) {
     });
 }
 
+// Each kind of call of a construction with each code: nine programs need not be built for that.
+TEST_F(FaultGLTest, GlInAProgramAndInTheQuad) {
+    const std::string vertex = "#version 320 es\nvoid main() { gl_Position = vec4(0.0); }\n";
+    const std::string fragment = "#version 320 es\nvoid main() {}\n";
+    OwnedUpscaler upscaler;
+    for (const auto& error : kErrors) {
+        expectEachCheckReports(scriptOf("include program member=program"), error.code, error.name,
+                               [&] { GfxShader(vertex, fragment); });
+        expectEachCheckReports(scriptOf("include objects\ninclude quad"), error.code, error.name,
+                               [&] {
+                                   UpscalerPeer::forgetNames(*upscaler);
+                                   upscaler->initOpenGL();
+                               });
+    }
+}
+
 TEST_F(FaultGLTest, GlInTeardown) {
     OwnedUpscaler upscaler;
     upscaler->fsrResize(src, dst, 0.0f, &fence);
