@@ -24,6 +24,9 @@ constexpr char kFooter[] =
         "and\n"
         "with alpha only if some pixel is transparent. OUT is written whole or not at all, and an\n"
         "existing file is replaced only with --force.\n"
+        "The margin that --border pad adds moves no pixel, unless both sides, in lowest terms, "
+        "exceed\n"
+        "64 pixels: then by less than a twentieth of a source pixel.\n"
         "\n"
         "Environment: debug.vardi.display.ups.enable=21 makes the library log its steps, which\n"
         "--verbose shows.\n"
@@ -34,8 +37,8 @@ constexpr char kFooter[] =
 class HelpFormatter : public CLI::Formatter {
   public:
     std::string make_usage(const CLI::App*, std::string) const override {
-        return "Usage: upscale [--op OP] (--size WxH | --scale F) [--sharpness S] [--force]\n"
-               "               [--verbose] IN.png OUT.png\n";
+        return "Usage: upscale [--op OP] (--size WxH | --scale F) [--sharpness S]\n"
+               "               [--border pad|raw] [--force] [--verbose] IN.png OUT.png\n";
     }
 };
 
@@ -90,6 +93,12 @@ const Operation& parseOperation(const std::string& name) {
     usage("--op", "'" + name + "' is no operation; there are " + names);
 }
 
+Border parseBorder(const std::string& name) {
+    if (name == "pad") return Border::Pad;
+    if (name == "raw") return Border::Raw;
+    usage("--border", "'" + name + "' is no border; there are pad and raw");
+}
+
 void printList() {
     for (const Operation& operation : kOperations) {
         std::printf("%-12s %s\n%-12s sharpness %s; default %g\n", operation.name,
@@ -122,6 +131,7 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
     std::string size;
     std::string scale;
     std::string sharpness;
+    std::string border = "pad";
     bool list = false;
     bool version = false;
 
@@ -135,6 +145,10 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
     scaleOption->type_name("F");
     auto* sharpnessOption =
             app.add_option("--sharpness", sharpness, "Sharpness; see --list")->type_name("S");
+    app.add_option("--border", border,
+                   "Beyond the picture's edge is its edge (pad) or what the driver gives (raw)")
+            ->capture_default_str()
+            ->type_name("B");
     app.add_flag("--force", arguments.force, "Replace OUT if it exists");
     app.add_flag("--verbose", arguments.verbose,
                  "Report the driver, the sizes, the times and the library's log on stderr");
@@ -158,6 +172,7 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
         usage("wrong usage", "give one of --size and --scale");
     }
     arguments.operation = &parseOperation(name);
+    arguments.border = parseBorder(border);
     if (!sizeOption->empty()) arguments.size = parseSize(size);
     if (!scaleOption->empty()) arguments.scale = parseScale(scale);
     arguments.sharpness = sharpnessOption->empty()

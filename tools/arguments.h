@@ -15,12 +15,16 @@ struct Size {
     std::uint32_t height;
 };
 
+/// What the operations see beyond the picture's edge.
+enum class Border { Pad, Raw };
+
 /// What the command line asks for.
 struct Arguments {
     const Operation* operation = nullptr;
     float sharpness = 0;
     std::optional<Size> size;  ///< Else scale.
     double scale = 0;
+    Border border = Border::Pad;
     bool force = false;
     bool verbose = false;
     std::string input;

@@ -7,9 +7,11 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "alpha.h"
 #include "arguments.h"
+#include "border.h"
 #include "failure.h"
 #include "library_log.h"
 #include "output_file.h"
@@ -20,13 +22,46 @@
 namespace upscale {
 namespace {
 
+bool fits(Size size, const Session& session) {
+    return std::max(size.width, size.height) <= session.largestSide();
+}
+
+std::string inPixels(Size size) {
+    return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
 void checkSide(const std::string& name, Size size, const Session& session) {
-    const std::uint32_t limit = session.largestSide();
-    if (size.width <= limit && size.height <= limit) return;
+    if (fits(size, session)) return;
     throw Failure(Exit::Failed, name,
-                  std::to_string(size.width) + "x" + std::to_string(size.height) +
-                          " is too large: the driver takes " + std::to_string(limit) +
-                          " pixels a side");
+                  inPixels(size) + " is too large: the driver takes " +
+                          std::to_string(session.largestSide()) + " pixels a side");
+}
+
+// The paddings of a picture's two directions, and the sizes with them.
+struct Frame {
+    Padding x, y;
+    Size from, to;
+
+    Frame(Size source, Size destination) : from(source), to(destination) {}
+
+    void pad() {
+        x = paddingFor(from.width, to.width);
+        y = paddingFor(from.height, to.height);
+        from = {from.width + 2 * x.source, from.height + 2 * y.source};
+        to = {to.width + 2 * x.destination, to.height + 2 * y.destination};
+    }
+};
+
+Frame frameFor(const Arguments& arguments, Size from, Size to, const Session& session) {
+    Frame frame(from, to);
+    if (arguments.border == Border::Raw) return frame;
+    frame.pad();
+    if (fits(frame.from, session) && fits(frame.to, session)) return frame;
+    std::fprintf(stderr,
+                 "upscale: warning: no room for a border: padded, %s to %s is too large for the "
+                 "driver; going on with --border raw\n",
+                 inPixels(frame.from).c_str(), inPixels(frame.to).c_str());
+    return Frame(from, to);
 }
 
 Picture scale(Session& session, Picture source, float sharpness) {
@@ -49,11 +84,15 @@ void run(const Arguments& arguments) {
     checkSide(arguments.input, from, session);
     checkSide(arguments.output, to, session);
 
+    const Frame frame = frameFor(arguments, from, to, session);
+
     Stopwatch watch;
     Picture source = reader.read();
     const double readTime = watch.lap();
-    session.allocate(from.width, from.height, to.width, to.height);
-    const Picture result = scale(session, std::move(source), arguments.sharpness);
+    session.allocate(frame.from.width, frame.from.height, frame.to.width, frame.to.height);
+    source = padded(std::move(source), frame.x.source, frame.y.source);
+    const Picture result = cropped(scale(session, std::move(source), arguments.sharpness),
+                                   frame.x.destination, frame.y.destination);
     watch.lap();
     writePng(result, output.open(), arguments.output);
     output.commit();
@@ -62,13 +101,14 @@ void run(const Arguments& arguments) {
     const Times& times = session.times();
     std::fprintf(stderr,
                  "upscale: driver: %s\n"
-                 "upscale: %s, sharpness %g: %ux%u to %ux%u%s\n"
+                 "upscale: %s, sharpness %g: %s to %s (with its border, %s to %s)%s\n"
                  "upscale: ms: read %.1f, upload %.1f, call %.1f, GPU %.1f, download %.1f, "
                  "write %.1f\n",
                  session.driver().c_str(), arguments.operation->name,
-                 static_cast<double>(arguments.sharpness), from.width, from.height, to.width,
-                 to.height, hasTransparency(result) ? ", with transparency" : "", readTime,
-                 times.upload, times.call, times.gpu, times.download, watch.lap());
+                 static_cast<double>(arguments.sharpness), inPixels(from).c_str(),
+                 inPixels(to).c_str(), inPixels(frame.from).c_str(), inPixels(frame.to).c_str(),
+                 hasTransparency(result) ? ", with transparency" : "", readTime, times.upload,
+                 times.call, times.gpu, times.download, watch.lap());
 }
 
 int fail(Exit code, const std::string& message) {

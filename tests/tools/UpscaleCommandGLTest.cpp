@@ -4,10 +4,12 @@
 #include <signal.h>
 
 #include <cmath>
+#include <cstdlib>
 
 #include "command.h"
 #include "folder.h"
 #include "png_samples.h"
+#include "tools/border.h"
 
 namespace {
 
@@ -39,10 +41,11 @@ Picture icon(std::uint32_t side) {
 class UpscaleCommandGLTest : public FolderTest, public testing::WithParamInterface<std::string> {
   protected:
     // Runs the operation on "in.png"; an empty picture if the command failed.
-    static Picture scaled(std::uint32_t width, std::uint32_t height) {
+    static Picture scaled(std::uint32_t width, std::uint32_t height,
+                          const std::string& options = "") {
         const std::string size = std::to_string(width) + "x" + std::to_string(height);
-        const Outcome outcome =
-                runUpscale("--op " + GetParam() + " --force --size " + size + " in.png out.png");
+        const Outcome outcome = runUpscale("--op " + GetParam() + " --force --size " + size +
+                                           " in.png out.png " + options);
         EXPECT_EQ(outcome.exitCode, 0) << outcome;
         EXPECT_EQ(outcome.err, "");
         const Picture result = outcome.exitCode == 0 ? loadPng("out.png") : Picture();
@@ -58,16 +61,26 @@ TEST_P(UpscaleCommandGLTest, KeepsThePictureUprightAtAnySize) {
     } kRows[] = {{24, 20, 61, 47}, {37, 23, 37, 23}, {50, 40, 33, 21},
                  {1, 1, 3, 2},     {1, 9, 3, 18},    {9, 1, 27, 2}};
     for (const auto& row : kRows) {
-        savePng("in.png", quarters(row.fromWidth, row.fromHeight));
+        const Picture source = quarters(row.fromWidth, row.fromHeight);
+        savePng("in.png", source);
         const Picture result = scaled(row.toWidth, row.toHeight);
+        if (HasFailure()) continue;
+        for (const std::size_t corner : {0, 1, 2, 3}) {
+            const auto at = [corner](const Picture& p) {
+                return p.pixel(corner % 2 * (p.width - 1) + corner / 2 * (p.height - 1) * p.width);
+            };
+            // Two 8-bit intermediate images, and HSV ones at that in one operation.
+            for (std::size_t c = 0; c < 3; ++c)
+                EXPECT_NEAR(at(result)[c], at(source)[c], 3)
+                        << row.fromWidth << "x" << row.fromHeight << ": corner " << corner << c;
+        }
         // The smallest pictures have no place that is far from other colours, where sharpening does
         // nothing.
-        if (HasFailure() || std::min(row.fromWidth, row.fromHeight) < 20) continue;
+        if (std::min(row.fromWidth, row.fromHeight) < 20) continue;
         for (const unsigned quarter : {0u, 1u, 2u, 3u}) {
             const std::size_t x = result.width * (quarter % 2 * 2 + 1) / 4;
             const std::size_t y = result.height * (quarter / 2 * 2 + 1) / 4;
             for (std::size_t c = 0; c < 3; ++c) {
-                // Two 8-bit intermediate images, and HSV ones at that in one operation.
                 EXPECT_NEAR(result.pixel(y * result.width + x)[c], kQuarters[quarter][c], 3)
                         << row.toWidth << "x" << row.toHeight << ": " << quarter << c;
             }
@@ -75,6 +88,26 @@ TEST_P(UpscaleCommandGLTest, KeepsThePictureUprightAtAnySize) {
     }
     // An alpha channel that hides nothing is none.
     EXPECT_EQ(storedColourType("out.png"), PNG_COLOR_TYPE_RGB);
+}
+
+TEST_P(UpscaleCommandGLTest, PaddingChangesTheEdgeOnly) {
+    writeSamplePng("in.png", {PNG_COLOR_TYPE_RGB, 8}, 24, 20);
+    // These two read between pixels through the driver's sampler. llvmpipe gives 0 here all the
+    // same.
+    const bool sampled = GetParam() == "cas-sharpen" || GetParam() == "casv";
+    for (const std::uint32_t scale : {1u, 2u}) {
+        const Picture raw = scaled(24 * scale, 20 * scale, "--border raw");
+        const Picture pad = scaled(24 * scale, 20 * scale);
+        ASSERT_FALSE(HasFailure());
+        EXPECT_NE(raw.pixels, pad.pixels);
+        const std::uint32_t reach = 3 * scale;
+        const Picture rawInside = cropped(raw, reach, reach);
+        const Picture padInside = cropped(pad, reach, reach);
+        int worst = 0;
+        for (std::size_t i = 0; i < rawInside.pixels.size(); ++i)
+            worst = std::max(worst, std::abs(rawInside.pixels[i] - padInside.pixels[i]));
+        EXPECT_LE(worst, sampled ? 3 : 0) << scale;
+    }
 }
 
 TEST_P(UpscaleCommandGLTest, StoresTheKindOfTheInput) {
@@ -158,6 +191,16 @@ TEST_F(UpscaleFilesGLTest, FailuresLeaveNothing) {
             {"--op cas --scale 2 in.png out.png", 3, "SHADER_COMPILATION_ERROR",
              faulty + "bad-shaders"},
     });
+}
+
+TEST_F(UpscaleFilesGLTest, WithoutRoomForABorderThereIsAWarning) {
+    const std::string refusal = runUpscale("--size 1000000x1 in.png out.png").err;
+    const std::string side = refusal.substr(refusal.find("takes ") + 6);
+    const Outcome outcome =
+            runUpscale("--size " + std::to_string(std::stoul(side)) + "x1 in.png out.png");
+    EXPECT_EQ(outcome.exitCode, 0) << outcome;
+    EXPECT_THAT(outcome.err, testing::MatchesRegex("upscale: warning: no room[^\n]*raw\n"));
+    EXPECT_EQ(loadPng("out.png").width, std::stoul(side));
 }
 
 TEST_F(UpscaleFilesGLTest, VerboseTellsOfDriverAndTimes) {

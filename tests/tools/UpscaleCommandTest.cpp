@@ -23,6 +23,7 @@ TEST_F(UpscaleCommandTest, WrongUsage) {
             {"--scale 2 --turn in.png out.png", 2, "--turn"},
             {"--scale 2 --op best in.png out.png", 2, "'best' is no operation; there are fsr, nea"},
             {"in.png out.png --scale", 2, "--scale"},
+            {"--scale 2 --border none in.png out.png", 2, "'none' is no border"},
     };
     const auto addValues = [&calls](const std::string& before, const std::string& option,
                                     const std::vector<std::string>& values) {
