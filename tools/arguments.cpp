@@ -17,12 +17,14 @@
 namespace upscale {
 namespace {
 
+constexpr char kFormats[] = "png, jpeg and webp";
+
 constexpr char kFooter[] =
         "Sizes are in pixels. --list tells what each operation does and how it counts its "
         "sharpness.\n"
-        "Any PNG can be read; 8 bits are written, with the input's colour tags: grey for grey, "
-        "and\n"
-        "with alpha only if some pixel is transparent. OUT is written whole or not at all, and an\n"
+        "Formats are told apart by content. 8 bits are written, with the input's colour tags and\n"
+        "density where the format has room for them: grey for grey, and with alpha only if some\n"
+        "pixel is transparent, which JPEG cannot hold. OUT is written whole or not at all, and an\n"
         "existing file is replaced only with --force.\n"
         "The margin that --border pad adds moves no pixel, unless both sides, in lowest terms, "
         "exceed\n"
@@ -38,7 +40,8 @@ class HelpFormatter : public CLI::Formatter {
   public:
     std::string make_usage(const CLI::App*, std::string) const override {
         return "Usage: upscale [--op OP] (--size WxH | --scale F) [--sharpness S]\n"
-               "               [--border pad|raw] [--force] [--verbose] IN.png OUT.png\n";
+               "               [--border pad|raw] [--format png|jpeg|webp] [--quality N]\n"
+               "               [--force] [--verbose] IN OUT\n";
     }
 };
 
@@ -99,6 +102,31 @@ Border parseBorder(const std::string& name) {
     usage("--border", "'" + name + "' is no border; there are pad and raw");
 }
 
+Encoding parseEncoding(const std::string& output, const std::string& format,
+                       const std::string& quality) {
+    Encoding encoding;
+    const std::string file = output.substr(output.rfind('/') + 1);
+    const std::size_t dot = file.rfind('.');
+    if (!format.empty()) {
+        const auto named = formatNamed(format);
+        if (!named) usage("--format", "'" + format + "' is no format; there are " + kFormats);
+        encoding.format = *named;
+    } else if (dot != std::string::npos) {
+        const auto named = formatNamed(file.substr(dot + 1));
+        if (!named) {
+            usage(output, "the extension tells no format; there are " + std::string(kFormats) +
+                                  ", which --format chooses");
+        }
+        encoding.format = *named;
+    }
+    if (quality.empty()) return encoding;
+    encoding.quality = parseNumber<int>(quality);
+    if (!encoding.quality || *encoding.quality < 1 || *encoding.quality > 100)
+        usage("--quality", "'" + quality + "' is no quality; give 1 to 100");
+    if (encoding.format == Format::Png) usage("--quality", "PNG loses nothing: it has no quality");
+    return encoding;
+}
+
 void printList() {
     for (const Operation& operation : kOperations) {
         std::printf("%-12s %s\n%-12s sharpness %s; default %g\n", operation.name,
@@ -132,10 +160,12 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
     std::string scale;
     std::string sharpness;
     std::string border = "pad";
+    std::string format;
+    std::string quality;
     bool list = false;
     bool version = false;
 
-    CLI::App app("Rescales and sharpens a PNG picture on the GPU.", "upscale");
+    CLI::App app("Rescales and sharpens a picture on the GPU.", "upscale");
     app.formatter(std::make_shared<HelpFormatter>());
     app.add_flag("--version", version, "Print the version and exit");
     app.add_flag("--list", list, "Print the operations and exit");
@@ -149,11 +179,18 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
                    "Beyond the picture's edge is its edge (pad) or what the driver gives (raw)")
             ->capture_default_str()
             ->type_name("B");
+    auto* formatOption =
+            app.add_option("--format", format, "png, jpeg or webp, whatever OUT's name");
+    formatOption->type_name("F");
+    auto* qualityOption = app.add_option(
+            "--quality", quality, "1 to 100, of JPEG (else 90) and WebP (else without loss)");
+    qualityOption->type_name("N");
     app.add_flag("--force", arguments.force, "Replace OUT if it exists");
     app.add_flag("--verbose", arguments.verbose,
                  "Report the driver, the sizes, the times and the library's log on stderr");
-    app.add_option("IN", arguments.input, "PNG picture to read")->type_name("");
-    app.add_option("OUT", arguments.output, "PNG picture to write")->type_name("");
+    app.add_option("IN", arguments.input, "Picture to read: PNG, JPEG or WebP")->type_name("");
+    app.add_option("OUT", arguments.output, "Picture to write: .png, .jpg, .jpeg or .webp")
+            ->type_name("");
     app.footer(kFooter);
 
     try {
@@ -178,6 +215,9 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
     arguments.sharpness = sharpnessOption->empty()
                                   ? arguments.operation->defaultSharpness
                                   : parseSharpness(sharpness, *arguments.operation);
+    if (!formatOption->empty() && format.empty()) usage("--format", "no format");
+    if (!qualityOption->empty() && quality.empty()) usage("--quality", "no quality");
+    arguments.encoding = parseEncoding(arguments.output, format, quality);
     return arguments;
 }
 

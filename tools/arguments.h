@@ -7,6 +7,7 @@
 #include <string>
 
 #include "operations.h"
+#include "picture_file.h"
 
 namespace upscale {
 
@@ -27,6 +28,7 @@ struct Arguments {
     Border border = Border::Pad;
     bool force = false;
     bool verbose = false;
+    Encoding encoding;
     std::string input;
     std::string output;
 

@@ -2,6 +2,7 @@
 #ifndef UPSCALER_TOOLS_PICTURE_H
 #define UPSCALER_TOOLS_PICTURE_H
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -11,15 +12,34 @@
 
 namespace upscale {
 
-/// What a PNG says about its colours, in the units of the file. Carried from input to output
-/// untouched, since the operations work on the stored values.
-struct ColourTags {
+/// How many pixels go to a length.
+struct Density {
+    std::uint32_t x;
+    std::uint32_t y;
+    bool perMetre;  ///< Else only their ratio counts.
+};
+
+/// What a file says about its colours and its density, in the units of PNG. Carried from input to
+/// output untouched, since the operations work on the stored values.
+struct Tags {
     std::optional<int> intent;                             ///< sRGB
     std::optional<std::int32_t> gamma;                     ///< gAMA
     std::optional<std::array<std::int32_t, 8>> primaries;  ///< cHRM
-    std::string profileName;                               ///< iCCP
+    std::string profileName = "ICC profile";               ///< iCCP; other formats have none
     std::vector<std::uint8_t> profile;                     ///< iCCP, empty if there is none
+    std::optional<Density> density;                        ///< pHYs
 };
+
+/// The most bytes that a profile may have.
+constexpr std::size_t kLargestProfile = 8u << 20;
+
+/// Whether there is a profile, and it is one for grey, or else for RGB, pixels.
+inline bool profileFits(const std::vector<std::uint8_t>& profile, bool grey) {
+    constexpr std::size_t kColourSpaceAt = 16;
+    const std::string space = grey ? "GRAY" : "RGB ";
+    return profile.size() >= 128 &&
+           std::equal(space.begin(), space.end(), profile.begin() + kColourSpaceAt);
+}
 
 /// An 8-bit picture in memory: rows from the top, without gaps, four bytes (R, G, B, A with
 /// straight alpha) to a pixel. In a grey picture the three colours are equal and only one is stored
@@ -45,7 +65,7 @@ struct Picture {
     std::uint32_t height = 0;
     bool grey = false;
     std::vector<std::uint8_t> pixels;
-    ColourTags tags;
+    Tags tags;
 };
 
 }  // namespace upscale

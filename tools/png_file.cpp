@@ -2,7 +2,6 @@
 #include "png_file.h"
 
 #include <png.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -19,14 +18,10 @@ namespace {
 constexpr std::size_t kSignatureBytes = 8;
 // Past any driver's limit; keeps the products below far from overflow.
 constexpr png_uint_32 kLargestSide = 1u << 20;
-constexpr png_alloc_size_t kLargestChunk = 8u << 20;
+constexpr png_alloc_size_t kLargestChunk = kLargestProfile;
 constexpr png_uint_32 kMostChunks = 256;
 // Deflate cannot do better than 1032 to 1, so a smaller file cannot hold the pixels it promises.
 constexpr std::uint64_t kBestCompression = 1032;
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 // The message of the call that failed; libpng's own is gone once it has jumped.
 struct PngError {
@@ -42,9 +37,9 @@ struct PngError {
 void onWarning(png_structp, png_const_charp) {}
 
 void readBytes(png_structp png, png_bytep data, size_t size) {
-    auto* file = static_cast<std::FILE*>(png_get_io_ptr(png));
-    if (std::fread(data, 1, size, file) == size) return;
-    png_error(png, std::ferror(file) ? std::strerror(errno) : "the file is cut short");
+    auto* file = static_cast<InputFile*>(png_get_io_ptr(png));
+    if (file->read(data, size) == size) return;
+    png_error(png, file->failed() ? std::strerror(errno) : kCutShort);
 }
 
 void writeBytes(png_structp png, png_bytep data, size_t size) {
@@ -66,8 +61,8 @@ bool succeeds(png_structp png, const Calls& calls) {
     return true;
 }
 
-ColourTags readTags(png_structp png, png_infop info) {
-    ColourTags tags;
+Tags readTags(png_structp png, png_infop info) {
+    Tags tags;
     int intent = 0;
     if (png_get_sRGB(png, info, &intent)) tags.intent = intent;
     png_fixed_point gamma = 0;
@@ -86,35 +81,45 @@ ColourTags readTags(png_structp png, png_infop info) {
         tags.profileName = name;
         tags.profile.assign(profile, profile + size);
     }
+    Density density = {};
+    int unit = 0;
+    if (png_get_pHYs(png, info, &density.x, &density.y, &unit)) {
+        density.perMetre = unit == PNG_RESOLUTION_METER;
+        tags.density = density;
+    }
     return tags;
 }
 
-void writeTags(png_structp png, png_infop info, const ColourTags& tags) {
+void writeTags(png_structp png, png_infop info, const Picture& picture) {
+    const Tags& tags = picture.tags;
     if (tags.intent) png_set_sRGB(png, info, *tags.intent);
     if (tags.gamma) png_set_gAMA_fixed(png, info, *tags.gamma);
     if (tags.primaries) {
         const auto& p = *tags.primaries;
         png_set_cHRM_fixed(png, info, p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7]);
     }
-    if (!tags.profile.empty()) {
+    if (profileFits(tags.profile, picture.grey)) {
         png_set_iCCP(png, info, tags.profileName.c_str(), PNG_COMPRESSION_TYPE_BASE,
                      tags.profile.data(), static_cast<png_uint_32>(tags.profile.size()));
+    }
+    if (tags.density) {
+        png_set_pHYs(png, info, tags.density->x, tags.density->y,
+                     tags.density->perMetre ? PNG_RESOLUTION_METER : PNG_RESOLUTION_UNKNOWN);
     }
 }
 
 }  // namespace
 
+bool isPng(const std::string& head) {
+    return head.size() >= kSignatureBytes &&
+           png_sig_cmp(reinterpret_cast<png_const_bytep>(head.data()), 0, kSignatureBytes) == 0;
+}
+
 struct PngReader::State {
-    explicit State(const std::string& name) : path(name) {}
+    explicit State(InputFile input) : file(std::move(input)) {}
     ~State() { png_destroy_read_struct(&png, &info, nullptr); }
 
-    [[noreturn]] void fail(const std::string& reason) const {
-        throw Failure(Exit::Failed, path, reason);
-    }
-
-    std::string path;
-    std::unique_ptr<std::FILE, CloseFile> file;
-    std::uint64_t fileBytes = 0;  // 0 if it cannot be known
+    InputFile file;
     PngError error;
     png_structp png = nullptr;
     png_infop info = nullptr;
@@ -124,27 +129,13 @@ struct PngReader::State {
     int colourType = 0;
 };
 
-PngReader::PngReader(const std::string& path) : mState(std::make_unique<State>(path)) {
+PngReader::PngReader(InputFile file) : mState(std::make_unique<State>(std::move(file))) {
     State& s = *mState;
-    s.file.reset(std::fopen(path.c_str(), "rbe"));
-    if (!s.file) s.fail(std::strerror(errno));
-    struct stat status = {};
-    if (fstat(fileno(s.file.get()), &status) != 0) s.fail(std::strerror(errno));
-    if (S_ISDIR(status.st_mode)) s.fail(std::strerror(EISDIR));
-    if (S_ISREG(status.st_mode)) s.fileBytes = static_cast<std::uint64_t>(status.st_size);
-
-    png_byte signature[kSignatureBytes] = {};
-    const std::size_t got = std::fread(signature, 1, kSignatureBytes, s.file.get());
-    if (std::ferror(s.file.get())) s.fail(std::strerror(errno));
-    if (got == 0) s.fail("the file is empty");
-    if (png_sig_cmp(signature, 0, got) != 0) s.fail("not a PNG file");
-
     s.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &s.error, onError, onWarning);
     s.info = s.png ? png_create_info_struct(s.png) : nullptr;
     if (!s.info) throw std::bad_alloc();
     const auto readHeader = [&s] {
-        png_set_read_fn(s.png, s.file.get(), readBytes);
-        png_set_sig_bytes(s.png, kSignatureBytes);
+        png_set_read_fn(s.png, &s.file, readBytes);
         png_set_user_limits(s.png, kLargestSide, kLargestSide);
         png_set_chunk_malloc_max(s.png, kLargestChunk);
         png_set_chunk_cache_max(s.png, kMostChunks);
@@ -152,7 +143,7 @@ PngReader::PngReader(const std::string& path) : mState(std::make_unique<State>(p
         png_get_IHDR(s.png, s.info, &s.width, &s.height, &s.depth, &s.colourType, nullptr, nullptr,
                      nullptr);
     };
-    if (!succeeds(s.png, readHeader)) s.fail(s.error.text);
+    if (!succeeds(s.png, readHeader)) s.file.fail(s.error.text);
 }
 
 PngReader::~PngReader() = default;
@@ -163,12 +154,14 @@ std::uint32_t PngReader::width() const {
 std::uint32_t PngReader::height() const {
     return mState->height;
 }
+int PngReader::depth() const {
+    return mState->depth;
+}
 
 Picture PngReader::read() {
     State& s = *mState;
     const std::uint64_t rawBytes = std::uint64_t{png_get_rowbytes(s.png, s.info)} * s.height;
-    if (s.fileBytes != 0 && rawBytes / kBestCompression > s.fileBytes)
-        s.fail("the file is cut short");
+    if (s.file.size() != 0 && rawBytes / kBestCompression > s.file.size()) s.file.fail(kCutShort);
 
     Picture picture(s.width, s.height);
     picture.grey = (s.colourType & PNG_COLOR_MASK_COLOR) == 0;
@@ -186,7 +179,7 @@ Picture PngReader::read() {
         png_read_image(s.png, rows.data());
         png_read_end(s.png, nullptr);
     };
-    if (!succeeds(s.png, readPixels)) s.fail(s.error.text);
+    if (!succeeds(s.png, readPixels)) s.file.fail(s.error.text);
     return picture;
 }
 
@@ -214,7 +207,9 @@ class PngWriter {
                              (alpha ? PNG_COLOR_MASK_ALPHA : 0);
             png_set_IHDR(mPng, mInfo, picture.width, picture.height, 8, type, PNG_INTERLACE_NONE,
                          PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-            writeTags(mPng, mInfo, picture.tags);
+            // A profile that came from elsewhere and is no good is left out.
+            png_set_benign_errors(mPng, 1);
+            writeTags(mPng, mInfo, picture);
             png_write_info(mPng, mInfo);
             for (std::uint32_t y = 0; y < picture.height; ++y) {
                 const png_byte* from = picture.row(y);

@@ -2,30 +2,24 @@
 #ifndef UPSCALER_TOOLS_PNG_FILE_H
 #define UPSCALER_TOOLS_PNG_FILE_H
 
-#include <cstdint>
-#include <cstdio>
-#include <memory>
-#include <string>
-
-#include "picture.h"
+#include "input_file.h"
+#include "picture_file.h"
 
 namespace upscale {
 
-/// Reads one PNG file of any colour type and depth. The header is read at once and the pixels on
-/// demand, so that the size can be judged before memory is spent on it. Every member throws
-/// `Failure` with the file's name.
-class PngReader {
+/// Whether a file that begins so is a PNG one.
+bool isPng(const std::string& head);
+
+/// Reads a PNG file of any colour type and depth.
+class PngReader : public PictureReader {
   public:
-    explicit PngReader(const std::string& path);
-    ~PngReader();
-    PngReader(const PngReader&) = delete;
-    PngReader& operator=(const PngReader&) = delete;
+    explicit PngReader(InputFile file);
+    ~PngReader() override;
 
-    std::uint32_t width() const;
-    std::uint32_t height() const;
-
-    /// Reads the pixels, reduced to 8 bits. Once only.
-    Picture read();
+    std::uint32_t width() const override;
+    std::uint32_t height() const override;
+    int depth() const override;
+    Picture read() override;
 
   private:
     struct State;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <new>
 #include <optional>
 #include <string>
@@ -15,7 +16,7 @@
 #include "failure.h"
 #include "library_log.h"
 #include "output_file.h"
-#include "png_file.h"
+#include "picture_file.h"
 #include "session.h"
 #include "stopwatch.h"
 
@@ -28,6 +29,10 @@ bool fits(Size size, const Session& session) {
 
 std::string inPixels(Size size) {
     return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
+void warn(const std::string& message) {
+    std::fprintf(stderr, "upscale: warning: %s\n", message.c_str());
 }
 
 void checkSide(const std::string& name, Size size, const Session& session) {
@@ -57,10 +62,8 @@ Frame frameFor(const Arguments& arguments, Size from, Size to, const Session& se
     if (arguments.border == Border::Raw) return frame;
     frame.pad();
     if (fits(frame.from, session) && fits(frame.to, session)) return frame;
-    std::fprintf(stderr,
-                 "upscale: warning: no room for a border: padded, %s to %s is too large for the "
-                 "driver; going on with --border raw\n",
-                 inPixels(frame.from).c_str(), inPixels(frame.to).c_str());
+    warn("no room for a border: padded, " + inPixels(frame.from) + " to " + inPixels(frame.to) +
+         " is too large for the driver; going on with --border raw");
     return Frame(from, to);
 }
 
@@ -75,9 +78,15 @@ Picture scale(Session& session, Picture source, float sharpness) {
 
 void run(const Arguments& arguments) {
     OutputFile output(arguments.output, arguments.force);
-    PngReader reader(arguments.input);
-    const Size from = {reader.width(), reader.height()};
+    const std::unique_ptr<PictureReader> reader = openPicture(arguments.input);
+    const Size from = {reader->width(), reader->height()};
     const Size to = arguments.outputSize(from.width, from.height);
+    const Format format = arguments.encoding.format;
+    if (std::max(to.width, to.height) > largestSide(format)) {
+        throw Failure(Exit::Failed, arguments.output,
+                      inPixels(to) + " is too large: " + nameOf(format) + " takes " +
+                              std::to_string(largestSide(format)) + " pixels a side");
+    }
 
     LibraryLog log(arguments.verbose);
     Session session(*arguments.operation, log);
@@ -87,14 +96,23 @@ void run(const Arguments& arguments) {
     const Frame frame = frameFor(arguments, from, to, session);
 
     Stopwatch watch;
-    Picture source = reader.read();
+    Picture source = reader->read();
+    if (format == Format::Jpeg && hasTransparency(source)) {
+        throw Failure(Exit::Failed, arguments.output,
+                      "the picture is transparent in parts, which JPEG cannot hold; PNG and WebP "
+                      "can");
+    }
+    if (reader->depth() > 8) {
+        warn(arguments.input + ": " + std::to_string(reader->depth()) +
+             " bits a channel are reduced to 8");
+    }
     const double readTime = watch.lap();
     session.allocate(frame.from.width, frame.from.height, frame.to.width, frame.to.height);
     source = padded(std::move(source), frame.x.source, frame.y.source);
     const Picture result = cropped(scale(session, std::move(source), arguments.sharpness),
                                    frame.x.destination, frame.y.destination);
     watch.lap();
-    writePng(result, output.open(), arguments.output);
+    writePicture(result, arguments.encoding, output.open(), arguments.output);
     output.commit();
     if (!arguments.verbose) return;
 

@@ -72,7 +72,7 @@ TEST_F(PngFileTest, TagsComeBack) {
     picture.tags.gamma = 50000;
     picture.tags.primaries = {31270, 32900, 68000, 32000, 26500, 69000, 15000, 6000};
     savePng("out.png", picture);
-    const upscale::ColourTags tags = loadPng("out.png").tags;
+    const upscale::Tags tags = loadPng("out.png").tags;
     EXPECT_EQ(tags.gamma, picture.tags.gamma);
     EXPECT_EQ(tags.primaries, picture.tags.primaries);
     EXPECT_EQ(tags.intent, std::nullopt);

@@ -65,7 +65,7 @@ TEST_P(UpscaleCommandGLTest, KeepsThePictureUprightAtAnySize) {
         savePng("in.png", source);
         const Picture result = scaled(row.toWidth, row.toHeight);
         if (HasFailure()) continue;
-        for (const std::size_t corner : {0, 1, 2, 3}) {
+        for (const std::size_t corner : {0u, 1u, 2u, 3u}) {
             const auto at = [corner](const Picture& p) {
                 return p.pixel(corner % 2 * (p.width - 1) + corner / 2 * (p.height - 1) * p.width);
             };
@@ -112,7 +112,7 @@ TEST_P(UpscaleCommandGLTest, PaddingChangesTheEdgeOnly) {
 
 TEST_P(UpscaleCommandGLTest, StoresTheKindOfTheInput) {
     const std::pair<PngKind, int> kRows[] = {
-            {{PNG_COLOR_TYPE_GRAY, 16}, PNG_COLOR_TYPE_GRAY},
+            {{PNG_COLOR_TYPE_GRAY, 8}, PNG_COLOR_TYPE_GRAY},
             {{PNG_COLOR_TYPE_RGB, 8, false, true}, PNG_COLOR_TYPE_RGB},
             {{PNG_COLOR_TYPE_PALETTE, 4, true}, PNG_COLOR_TYPE_RGBA},
             {{PNG_COLOR_TYPE_GRAY_ALPHA, 8}, PNG_COLOR_TYPE_GRAY_ALPHA},
@@ -174,6 +174,7 @@ TEST_F(UpscaleFilesGLTest, FailuresLeaveNothing) {
     const std::string whole = readBytes("in.png");
     writeBytes("wide.png", withHeaderSize(whole, 900000, 1));
     writeBytes("short.png", whole.substr(0, whole.size() / 2));
+    savePng("icon.png", icon(8));
     // The library reports nothing, so the command has to find out what the driver did. The
     // sanitizer's library wants to be first, which the preloaded one is.
     const std::string faulty =
@@ -184,6 +185,7 @@ TEST_F(UpscaleFilesGLTest, FailuresLeaveNothing) {
             {"--scale 1e300 in.png out.png", 1, "is too large"},
             {"--size 4x4 wide.png out.png", 1, "wide.png: 900000x1 is too large"},
             {"--scale 2 short.png out.png", 1, "short.png: the file is cut short"},
+            {"--scale 2 icon.png out.jpg", 1, "which JPEG cannot hold; PNG and WebP can"},
             {"--op cas --scale 2 in.png out.png", 1,
              "the driver: pixels of the result were left unwritten", faulty + "skip-draws"},
             {"--op cas --scale 2 in.png out.png", 1, "the driver: glGetError failed",
@@ -191,6 +193,23 @@ TEST_F(UpscaleFilesGLTest, FailuresLeaveNothing) {
             {"--op cas --scale 2 in.png out.png", 3, "SHADER_COMPILATION_ERROR",
              faulty + "bad-shaders"},
     });
+}
+
+TEST_F(UpscaleFilesGLTest, FormatsGoByContentAndByName) {
+    writeSamplePng("deep.png", {PNG_COLOR_TYPE_RGB, 16}, 16, 12);
+    EXPECT_THAT(runUpscale("--scale 2 deep.png out.png").err,
+                "upscale: warning: deep.png: 16 bits a channel are reduced to 8\n");
+    EXPECT_EQ(runUpscale("--scale 1 in.png photo.jpg --quality 95").exitCode, 0);
+    std::filesystem::rename("photo.jpg", "photo.png");
+    EXPECT_EQ(runUpscale("--scale 2 photo.png picture.Webp").exitCode, 0);
+    EXPECT_EQ(runUpscale("--scale 1 picture.Webp picture --format jpeg").exitCode, 0);
+    EXPECT_EQ(readBytes("photo.png").substr(0, 3), "\xff\xd8\xff");
+    EXPECT_EQ(readBytes("picture.Webp").substr(8, 4), "WEBP");
+    EXPECT_EQ(readBytes("picture").substr(0, 3), "\xff\xd8\xff");
+    const Picture last = loadPng("picture");
+    EXPECT_EQ(last.width, 32u);
+    for (const std::size_t c : {0u, 1u, 2u})
+        EXPECT_NEAR(last.pixel(0)[c], kQuarters[0][c], 8);
 }
 
 TEST_F(UpscaleFilesGLTest, WithoutRoomForABorderThereIsAWarning) {

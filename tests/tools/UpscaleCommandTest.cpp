@@ -23,6 +23,9 @@ TEST_F(UpscaleCommandTest, WrongUsage) {
             {"--scale 2 --turn in.png out.png", 2, "--turn"},
             {"--scale 2 --op best in.png out.png", 2, "'best' is no operation; there are fsr, nea"},
             {"in.png out.png --scale", 2, "--scale"},
+            {"--scale 2 --format gif in.png out.png", 2, "'gif' is no format; there are png"},
+            {"--scale 2 in.png out.tar.gif", 2, "out.tar.gif: the extension tells no format"},
+            {"--scale 2 --quality 5 in.png out.png", 2, "--quality: PNG loses nothing"},
             {"--scale 2 --border none in.png out.png", 2, "'none' is no border"},
     };
     const auto addValues = [&calls](const std::string& before, const std::string& option,
@@ -35,6 +38,7 @@ TEST_F(UpscaleCommandTest, WrongUsage) {
               {"", "5", "5x", "x5", "0x5", "5x0", "-5x5", "5x5x5", "5.5x5", " 5x5", "4294967296x1",
                "axb", "5X5 "});
     addValues("", "--scale", {"", "0", "-1", "nan", "inf", "-inf", "1e999", "2x", "two", "1e-999"});
+    addValues("--scale 2 --format jpeg ", "--quality", {"", "0", "101", "-1", "9.5", "best"});
     const std::pair<std::string, std::string> kPastTheScale[] = {
             {"fsr", "-1"},   {"nea", "-1"},    {"cas-sharpen", "1.01"},
             {"cas", "1.01"}, {"casv", "1.01"}, {"cast", "1.01"}};
@@ -55,7 +59,9 @@ TEST_F(UpscaleCommandTest, FilesAndSurroundingsThatDoNotDo) {
             {"--scale 2 in.png/below.png out.png", 1, "below.png: Not a directory"},
             {"--scale 2 folder out.png", 1, "folder: Is a directory"},
             {"--scale 2 empty.png out.png", 1, "empty.png: the file is empty"},
-            {"--scale 2 text.png out.png", 1, "text.png: not a PNG file"},
+            {"--scale 2 text.png out.png", 1, "text.png: not a PNG, JPEG or WebP file"},
+            {"--size 1x65501 in.png out.JPG", 1, "out.JPG: 1x65501 is too large: JPEG takes 65500"},
+            {"--size 1x16384 in.png out.webp", 1, "1x16384 is too large: WebP takes 16383"},
             {"--scale 0.1 in.png out.png", 1, "in.png: 4x3 scaled by 0.1 leaves no pixels"},
             {"--scale 2 in.png missing/out.png", 1, "out.png: No such file or directory"},
             {"--scale 2 in.png text.png/out.png", 1, "out.png: Not a directory"},

@@ -109,7 +109,7 @@ void savePng(const std::string& path, const upscale::Picture& picture) {
 }
 
 upscale::Picture loadPng(const std::string& path) {
-    return upscale::PngReader(path).read();
+    return upscale::openPicture(path)->read();
 }
 
 int storedColourType(const std::string& path) {
