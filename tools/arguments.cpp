@@ -34,14 +34,15 @@ constexpr char kFooter[] =
         "--verbose shows.\n"
         "\n"
         "Exit status: 0 done; 1 the input, the output or the work on it failed; 2 wrong usage;\n"
-        "3 no usable EGL and OpenGL ES 3 driver.";
+        "3 no usable EGL and OpenGL ES 3 driver, or one that --check does not trust.";
 
 class HelpFormatter : public CLI::Formatter {
   public:
     std::string make_usage(const CLI::App*, std::string) const override {
         return "Usage: upscale [--op OP] (--size WxH | --scale F) [--sharpness S]\n"
                "               [--border pad|raw] [--format png|jpeg|webp] [--quality N]\n"
-               "               [--force] [--verbose] IN OUT\n";
+               "               [--force] [--verbose] IN OUT\n"
+               "       upscale --check [--verbose]\n";
     }
 };
 
@@ -169,6 +170,8 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
     app.formatter(std::make_shared<HelpFormatter>());
     app.add_flag("--version", version, "Print the version and exit");
     app.add_flag("--list", list, "Print the operations and exit");
+    app.add_flag("--check", arguments.check,
+                 "Tell of the driver, and whether its results can be trusted");
     app.add_option("--op", name, "Operation")->capture_default_str()->type_name("OP");
     auto* sizeOption = app.add_option("--size", size, "Size of the output")->type_name("WxH");
     auto* scaleOption = app.add_option("--scale", scale, "Or its size in terms of the input's");
@@ -204,6 +207,10 @@ std::optional<Arguments> parseArguments(int argc, const char* const* argv) {
     if (list) printList();
     if (version) std::puts("upscale " UPSCALE_VERSION);
     if (list || version) return std::nullopt;
+    if (arguments.check) {
+        if (!arguments.input.empty()) usage("--check", "takes no pictures");
+        return arguments;
+    }
     if (arguments.output.empty()) usage("wrong usage", "give the pictures IN and OUT; see --help");
     if (sizeOption->empty() == scaleOption->empty()) {
         usage("wrong usage", "give one of --size and --scale");

@@ -26,6 +26,7 @@ struct Arguments {
     std::optional<Size> size;  ///< Else scale.
     double scale = 0;
     Border border = Border::Pad;
+    bool check = false;  ///< Then only `verbose` counts besides.
     bool force = false;
     bool verbose = false;
     Encoding encoding;

@@ -13,6 +13,7 @@
 #include "alpha.h"
 #include "arguments.h"
 #include "border.h"
+#include "check.h"
 #include "failure.h"
 #include "library_log.h"
 #include "output_file.h"
@@ -143,6 +144,8 @@ int main(int argc, char** argv) {
     using upscale::Exit;
     try {
         const std::optional<upscale::Arguments> arguments = upscale::parseArguments(argc, argv);
+        if (arguments && arguments->check)
+            return static_cast<int>(upscale::check(arguments->verbose));
         if (arguments) upscale::run(*arguments);
         return static_cast<int>(Exit::Done);
     } catch (const upscale::Failure& failure) {

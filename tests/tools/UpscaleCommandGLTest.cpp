@@ -149,6 +149,14 @@ INSTANTIATE_TEST_SUITE_P(All, UpscaleCommandGLTest,
                              return row.param == "cas-sharpen" ? "sharpen" : row.param;
                          });
 
+// Settings under which the driver has the named fault. The sanitizer's library wants to be first,
+// which the preloaded one is.
+std::string faulty(const std::string& fault) {
+    return "ASAN_OPTIONS=\"verify_asan_link_order=0:$ASAN_OPTIONS\" "
+           "LD_PRELOAD='" FAULTY_GL_LIBRARY "' FAULTY_GL=" +
+           fault;
+}
+
 // What does not depend on the operation.
 class UpscaleFilesGLTest : public FolderTest {
   protected:
@@ -175,11 +183,7 @@ TEST_F(UpscaleFilesGLTest, FailuresLeaveNothing) {
     writeBytes("wide.png", withHeaderSize(whole, 900000, 1));
     writeBytes("short.png", whole.substr(0, whole.size() / 2));
     savePng("icon.png", icon(8));
-    // The library reports nothing, so the command has to find out what the driver did. The
-    // sanitizer's library wants to be first, which the preloaded one is.
-    const std::string faulty =
-            "ASAN_OPTIONS=\"verify_asan_link_order=0:$ASAN_OPTIONS\" "
-            "LD_PRELOAD='" FAULTY_GL_LIBRARY "' FAULTY_GL=";
+    // The library reports nothing, so the command has to find out what the driver did.
     expectFailures({
             {"--size 1000000x1 in.png out.png", 1, "out.png: 1000000x1 is too large"},
             {"--scale 1e300 in.png out.png", 1, "is too large"},
@@ -187,12 +191,25 @@ TEST_F(UpscaleFilesGLTest, FailuresLeaveNothing) {
             {"--scale 2 short.png out.png", 1, "short.png: the file is cut short"},
             {"--scale 2 icon.png out.jpg", 1, "which JPEG cannot hold; PNG and WebP can"},
             {"--op cas --scale 2 in.png out.png", 1,
-             "the driver: pixels of the result were left unwritten", faulty + "skip-draws"},
+             "the driver: pixels of the result were left unwritten", faulty("skip-draws")},
             {"--op cas --scale 2 in.png out.png", 1, "the driver: glGetError failed",
-             faulty + "gl-error"},
+             faulty("gl-error")},
             {"--op cas --scale 2 in.png out.png", 3, "SHADER_COMPILATION_ERROR",
-             faulty + "bad-shaders"},
+             faulty("bad-shaders")},
     });
+}
+
+TEST_F(UpscaleFilesGLTest, CheckKnowsGoodDriversFromBad) {
+    const Outcome good = runUpscale("--check");
+    EXPECT_EQ(good.exitCode, 0) << good;
+    EXPECT_THAT(good.out, HasSubstr("driver can be trusted"));
+    for (const char* fault : {"no-blue", "skip-draws", "gl-error"}) {
+        const Outcome bad = runUpscale("--check", faulty(fault));
+        EXPECT_EQ(bad.exitCode, 3) << fault;
+        EXPECT_THAT(bad.out, HasSubstr("cannot be trusted: wrong in fsr, nea, cas-sharpen, cas, "
+                                       "casv, cast."))
+                << fault;
+    }
 }
 
 TEST_F(UpscaleFilesGLTest, FormatsGoByContentAndByName) {

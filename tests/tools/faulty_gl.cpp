@@ -24,6 +24,9 @@ extern "C" {
 
 __attribute__((visibility("default"))) void glDrawArrays(GLenum mode, GLint first, GLsizei count) {
     if (broken("skip-draws")) return;
+    if (broken("no-blue")) {
+        next<decltype(&glColorMask)>("glColorMask")(GL_TRUE, GL_TRUE, GL_FALSE, GL_TRUE);
+    }
     if (broken("gl-error")) mode = GL_INVALID_INDEX;
     next<decltype(&glDrawArrays)>("glDrawArrays")(mode, first, count);
 }
