@@ -8,7 +8,7 @@
 
 #include "border.h"
 #include "library_log.h"
-#include "session.h"
+#include "runner.h"
 
 namespace upscale {
 namespace {
@@ -73,13 +73,13 @@ std::vector<int> valuesOf(const std::string& text) {
 }
 
 // The tile, scaled with a border, so that nothing outside the picture counts.
-Picture scaledTile(Session& session, const Operation& operation) {
+Picture scaledTile(Runner& runner, const Operation& operation) {
     const Picture source = tile();
     const Padding x = paddingFor(kWidth, kWidth * kScale);
     const Padding y = paddingFor(kHeight, kHeight * kScale);
-    session.allocate(kWidth + 2 * x.source, kHeight + 2 * y.source,
-                     kWidth * kScale + 2 * x.destination, kHeight * kScale + 2 * y.destination);
-    return cropped(session.run(padded(source, x.source, y.source), operation.defaultSharpness),
+    runner.allocate(kWidth + 2 * x.source, kHeight + 2 * y.source,
+                    kWidth * kScale + 2 * x.destination, kHeight * kScale + 2 * y.destination);
+    return cropped(runner.run(padded(source, x.source, y.source), operation.defaultSharpness),
                    x.destination, y.destination);
 }
 
@@ -97,7 +97,7 @@ void printExtension(const char* list, const char* name, const char* purpose) {
     printFact(name, std::string(has ? "yes" : "no") + " (" + purpose + ")");
 }
 
-// Of the context that a session has made current.
+// Of the context that a runner has made current.
 void printDriver() {
     EGLDisplay display = eglGetCurrentDisplay();
     GLint side = 0;
@@ -149,12 +149,12 @@ void printValues(const Row& row, const Picture& picture) {
 
 bool checkOperation(const Row& row, LibraryLog& log, bool first, bool verbose) {
     const Operation& operation = *findOperation(row.operation);
-    Session session(operation, log);
+    Runner runner(operation, log);
     if (first) printDriver();
     std::string fault;
     std::string measured;
     try {
-        const Picture picture = scaledTile(session, operation);
+        const Picture picture = scaledTile(runner, operation);
         int worst = 0;
         fault = compare(row, picture, worst);
         measured = ", off by " + std::to_string(worst) + " of 255 at most, " +

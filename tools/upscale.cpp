@@ -18,14 +18,14 @@
 #include "library_log.h"
 #include "output_file.h"
 #include "picture_file.h"
-#include "session.h"
+#include "runner.h"
 #include "stopwatch.h"
 
 namespace upscale {
 namespace {
 
-bool fits(Size size, const Session& session) {
-    return std::max(size.width, size.height) <= session.largestSide();
+bool fits(Size size, const Runner& runner) {
+    return std::max(size.width, size.height) <= runner.largestSide();
 }
 
 std::string inPixels(Size size) {
@@ -36,11 +36,11 @@ void warn(const std::string& message) {
     std::fprintf(stderr, "upscale: warning: %s\n", message.c_str());
 }
 
-void checkSide(const std::string& name, Size size, const Session& session) {
-    if (fits(size, session)) return;
+void checkSide(const std::string& name, Size size, const Runner& runner) {
+    if (fits(size, runner)) return;
     throw Failure(Exit::Failed, name,
                   inPixels(size) + " is too large: the driver takes " +
-                          std::to_string(session.largestSide()) + " pixels a side");
+                          std::to_string(runner.largestSide()) + " pixels a side");
 }
 
 // The paddings of a picture's two directions, and the sizes with them.
@@ -58,21 +58,21 @@ struct Frame {
     }
 };
 
-Frame frameFor(const Arguments& arguments, Size from, Size to, const Session& session) {
+Frame frameFor(const Arguments& arguments, Size from, Size to, const Runner& runner) {
     Frame frame(from, to);
     if (arguments.border == Border::Raw) return frame;
     frame.pad();
-    if (fits(frame.from, session) && fits(frame.to, session)) return frame;
+    if (fits(frame.from, runner) && fits(frame.to, runner)) return frame;
     warn("no room for a border: padded, " + inPixels(frame.from) + " to " + inPixels(frame.to) +
          " is too large for the driver; going on with --border raw");
     return Frame(from, to);
 }
 
-Picture scale(Session& session, Picture source, float sharpness) {
-    if (!hasTransparency(source)) return session.run(source, sharpness);
-    const Picture alpha = session.run(alphaAsGrey(source), sharpness);
+Picture scale(Runner& runner, Picture source, float sharpness) {
+    if (!hasTransparency(source)) return runner.run(source, sharpness);
+    const Picture alpha = runner.run(alphaAsGrey(source), sharpness);
     bleedColours(source);
-    Picture result = session.run(source, sharpness);
+    Picture result = runner.run(source, sharpness);
     setAlpha(result, alpha);
     return result;
 }
@@ -90,11 +90,11 @@ void run(const Arguments& arguments) {
     }
 
     LibraryLog log(arguments.verbose);
-    Session session(*arguments.operation, log);
-    checkSide(arguments.input, from, session);
-    checkSide(arguments.output, to, session);
+    Runner runner(*arguments.operation, log);
+    checkSide(arguments.input, from, runner);
+    checkSide(arguments.output, to, runner);
 
-    const Frame frame = frameFor(arguments, from, to, session);
+    const Frame frame = frameFor(arguments, from, to, runner);
 
     Stopwatch watch;
     Picture source = reader->read();
@@ -108,22 +108,22 @@ void run(const Arguments& arguments) {
              " bits a channel are reduced to 8");
     }
     const double readTime = watch.lap();
-    session.allocate(frame.from.width, frame.from.height, frame.to.width, frame.to.height);
+    runner.allocate(frame.from.width, frame.from.height, frame.to.width, frame.to.height);
     source = padded(std::move(source), frame.x.source, frame.y.source);
-    const Picture result = cropped(scale(session, std::move(source), arguments.sharpness),
+    const Picture result = cropped(scale(runner, std::move(source), arguments.sharpness),
                                    frame.x.destination, frame.y.destination);
     watch.lap();
     writePicture(result, arguments.encoding, output.open(), arguments.output);
     output.commit();
     if (!arguments.verbose) return;
 
-    const Times& times = session.times();
+    const Times& times = runner.times();
     std::fprintf(stderr,
                  "upscale: driver: %s\n"
                  "upscale: %s, sharpness %g: %s to %s (with its border, %s to %s)%s\n"
                  "upscale: ms: read %.1f, upload %.1f, call %.1f, GPU %.1f, download %.1f, "
                  "write %.1f\n",
-                 session.driver().c_str(), arguments.operation->name,
+                 runner.driver().c_str(), arguments.operation->name,
                  static_cast<double>(arguments.sharpness), inPixels(from).c_str(),
                  inPixels(to).c_str(), inPixels(frame.from).c_str(), inPixels(frame.to).c_str(),
                  hasTransparency(result) ? ", with transparency" : "", readTime, times.upload,

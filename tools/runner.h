@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef UPSCALER_TOOLS_SESSION_H
-#define UPSCALER_TOOLS_SESSION_H
+#ifndef UPSCALER_TOOLS_RUNNER_H
+#define UPSCALER_TOOLS_RUNNER_H
 
 #include <upscaler/upscaler.h>
 
@@ -25,13 +25,13 @@ struct Times {
 /// One `Upscaler` with a source and a destination buffer, for one operation. Since the library
 /// reports no failure, every run looks for one: an error line in the log, no fence, a fence that
 /// does not signal, pixels left unwritten. To be used on one thread. Members throw `Failure`.
-class Session {
+class Runner {
   public:
-    /// @param log outlives the session.
-    Session(const Operation& operation, LibraryLog& log);
-    ~Session();
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+    /// @param log outlives the runner.
+    Runner(const Operation& operation, LibraryLog& log);
+    ~Runner();
+    Runner(const Runner&) = delete;
+    Runner& operator=(const Runner&) = delete;
 
     /// The driver's name and version.
     const std::string& driver() const { return mDriver; }
@@ -68,4 +68,4 @@ class Session {
 
 }  // namespace upscale
 
-#endif  // UPSCALER_TOOLS_SESSION_H
+#endif  // UPSCALER_TOOLS_RUNNER_H

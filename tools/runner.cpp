@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "session.h"
+#include "runner.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -59,13 +59,13 @@ std::string glString(GLenum name) {
 
 }  // namespace
 
-void Session::Teardown::operator()(Upscaler* upscaler) const {
+void Runner::Teardown::operator()(Upscaler* upscaler) const {
     upscaler->clearOpenGLResources();
     upscaler->destroyEGL();
     delete upscaler;
 }
 
-Session::Session(const Operation& operation, LibraryLog& log) : mOperation(operation), mLog(log) {
+Runner::Runner(const Operation& operation, LibraryLog& log) : mOperation(operation), mLog(log) {
     try {
         mUpscaler.reset(new Upscaler);
     } catch (const std::logic_error&) {
@@ -84,10 +84,10 @@ Session::Session(const Operation& operation, LibraryLog& log) : mOperation(opera
     mLargestSide = static_cast<std::uint32_t>(side);
 }
 
-Session::~Session() = default;
+Runner::~Runner() = default;
 
-void Session::allocate(std::uint32_t sourceWidth, std::uint32_t sourceHeight, std::uint32_t width,
-                       std::uint32_t height) {
+void Runner::allocate(std::uint32_t sourceWidth, std::uint32_t sourceHeight, std::uint32_t width,
+                      std::uint32_t height) {
     mSource = makeBuffer(sourceWidth, sourceHeight,
                          GraphicBuffer::USAGE_SW_WRITE_OFTEN | GraphicBuffer::USAGE_HW_TEXTURE);
     mDestination =
@@ -96,7 +96,7 @@ void Session::allocate(std::uint32_t sourceWidth, std::uint32_t sourceHeight, st
                                GraphicBuffer::USAGE_HW_RENDER);
 }
 
-Picture Session::run(const Picture& source, float sharpness) {
+Picture Runner::run(const Picture& source, float sharpness) {
     Stopwatch watch;
     const std::size_t sourceBytes = source.rowBytes();
     forRows(*mSource, GraphicBuffer::USAGE_SW_WRITE_OFTEN, [&](std::size_t y, std::uint8_t* row) {
@@ -135,7 +135,7 @@ Picture Session::run(const Picture& source, float sharpness) {
     return result;
 }
 
-void Session::waitFor(Fence& fence) {
+void Runner::waitFor(Fence& fence) {
     const android::status_t status = fence.wait(kFenceTimeoutMs);
     if (status == android::NO_ERROR) return;
     // Teardown would wait for the same work: leave everything to the end of the process.
