@@ -269,8 +269,6 @@ TEST_F(FaultGLTest, TeardownAsksForNoResult) {
         Upscaler upscaler;
         upscaler.casSharpen(src, dst, 0.5f, &fence);
         ASSERT_EQ(fence->wait(10000), OK);
-        Words words = wordsOf(upscaler, src, dst);
-        words.erase("mTextureColorEasu");
         LogCapture log;
         GlTrace trace;
         trace.failNext(call);

@@ -15,11 +15,15 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 const std::string kVertex = "#version 320 es\nvoid main() { gl_Position = vec4(0.0); }\n";
-const std::string kFragment =
-        "#version 320 es\nprecision highp float;\nout vec4 color;\nuniform int i;\nuniform float "
-        "f;\n"
-        "uniform vec4 v;\nuniform highp uvec4 u;\n"
-        "void main() { color = v + vec4(u) + vec4(f + float(i)); }\n";
+const std::string kFragment = R"glsl(#version 320 es
+precision highp float;
+out vec4 color;
+uniform int i;
+uniform float f;
+uniform vec4 v;
+uniform highp uvec4 u;
+void main() { color = v + vec4(u) + vec4(f + float(i)); }
+)glsl";
 const std::string kBroken = "#version 320 es\nvoid main() { nonsense = 1; }\n";
 
 class GfxShaderGLTest : public ::testing::Test {

@@ -64,7 +64,7 @@ TEST_F(LifecycleGLTest, ProgramsAreMadeIfTheirSlotIsEmptyButForThe2dCopy) {
     EXPECT_NE(UpscalerPeer::upscalerShader(*upscaler), nullptr);
 }
 
-TEST_F(LifecycleGLTest, OneAfterTheOtherAndSideBySide) {
+TEST_F(LifecycleGLTest, OneAfterTheOtherOnTheSameBuffers) {
     sp<GraphicBuffer> src = makeBuffer(8, 8);
     sp<GraphicBuffer> dst = makeBuffer(16, 16);
     fill(src, 0xFF336699);

@@ -70,8 +70,7 @@ TEST_P(OperationGLTest, FenceReplacesTheOldOneAndSignals) {
 INSTANTIATE_TEST_SUITE_P(All, OperationGLTest, ::testing::ValuesIn(operations()),
                          [](const auto& row) { return row.param.name; });
 
-// ---- The fence and the GPU
-// ------------------------------------------------------------------------------
+// ---- The fence and the GPU ----
 
 TEST(FenceGLTest, TheCallReturnsBeforeTheGpuIsDone) {
     OwnedUpscaler upscaler;
@@ -94,8 +93,7 @@ TEST(FenceGLTest, TheCallReturnsBeforeTheGpuIsDone) {
     EXPECT_EQ(wrong, 0u);
 }
 
-// ---- casResize and the texture it does not own
-// ----------------------------------------------------------
+// ---- casResize and the texture it does not own ----
 
 TEST(StaleTextureGLTest, CasResizeDeletesTheNameThatFsrLeftWhoeverHasItNow) {
     OwnedUpscaler upscaler;

@@ -393,6 +393,7 @@ void Upscaler::get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& 
         if (glEGLImageTargetTexture2DOES != nullptr) {
             GL_CHECK(glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage));
         } else {
+            // As if the call had been made and had failed.
             reportGlError(GL_INVALID_OPERATION, kSourcePath, __LINE__, "%s",
                           "glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage)");
         }

@@ -111,25 +111,21 @@ class GfxShader {
 /// - **One thread.** The constructor makes the context current on its own thread, once. Every later
 ///   call on the object, teardown included, has to come from that thread, and nothing else may make
 ///   another context current on it meanwhile. There are no locks. Fences may go to any thread.
-/// - **Buffers come from a fixed pool.** The first use of a buffer imports it as an EGL image,
-/// which
-///   keeps the buffer alive, and the cache never forgets: each new buffer costs an image and a
-///   texture until `clearOpenGLResources`.
+/// - **Buffers come from a fixed pool.** The first use of a buffer imports it as an EGL image, and
+///   the image keeps the buffer alive. The cache never forgets: each new buffer costs an image and
+///   a texture until `clearOpenGLResources`.
 /// - **A buffer has one role.** Use a given buffer always as source or always as destination; the
 ///   cache does not tell the roles apart, and a texture of one kind cannot be bound as the other.
 /// - **Import all buffers first.** `casResize` deletes the texture name that the last `fsrResize`
-/// or
-///   `neaResize` left behind. GL may have given that name to a buffer imported since, and the
+///   or `neaResize` left behind. GL may have given that name to a buffer imported since, and the
 ///   buffer then loses its texture. Buffers that were used before the first `fsrResize` or
 ///   `neaResize` are safe, so run one cheap operation that is neither (say `casSharpen`) over each
 ///   pair at start.
 /// - **Teardown** is `clearOpenGLResources`, then `destroyEGL`, both on the constructing thread,
-/// then
-///   deletion. The destructor makes no GL or EGL call: without the first two, images, textures,
-///   context and display connection leak.
+///   and then deletion. The destructor makes no GL or EGL call: without the first two, images,
+///   textures, context and display connection leak.
 /// - **A cleared object cannot be set up again**: it keeps the deleted names, and `initOpenGL`
-/// makes
-///   only what has no name. Construct a new one.
+///   makes only what has no name. Construct a new one.
 ///
 /// The six operations share their parameters:
 /// - `src`, `dst`: the buffers, of any size (in pixels) and of any format the driver can import;
@@ -139,8 +135,7 @@ class GfxShader {
 ///   owned beyond the image that the cache holds.
 /// - `sharpness`: in the operation's own scale.
 /// - `fence`: not null. Replaced by a new fence that signals when the GPU has finished writing
-/// `dst`;
-///   an invalid `Fence` if none could be made. The caller owns it.
+///   `dst`, or by an invalid `Fence` if none could be made. The caller owns it.
 ///
 /// Each returns at once and never waits for the GPU. Wait for `*fence` before reading `dst` or
 /// writing `src`.

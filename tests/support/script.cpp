@@ -19,8 +19,7 @@
 namespace android::test {
 namespace {
 
-#define CONSTANT(name) \
-    { #name, static_cast < uint64_t>(name) }
+#define CONSTANT(name) Words::value_type(#name, static_cast<uint64_t>(name))
 const Words kConstants = {
         {"NULL", 0},
         {"EGL_DEFAULT_DISPLAY", 0},

@@ -59,11 +59,10 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// A buffer without pixels: sizes 0, `initCheck` OK, refused by `lock` and as an EGL image.
     GraphicBuffer();
 
-    /// Makes the pixels; ask `initCheck` whether that worked. On failure all sizes are reported as
-    /// 0.
-    /// @param inWidth, inHeight in pixels. If either is 0, one pixel stands behind it, and the size
-    /// is
-    ///     reported as asked.
+    /// Makes the pixels; ask `initCheck` whether that worked. On failure all sizes are reported
+    /// as 0.
+    /// @param inWidth, inHeight in pixels. If either is 0, one pixel stands behind it, and the
+    ///     size is reported as asked.
     /// @param inLayerCount 0 and 1 mean one layer; more are not to be had.
     /// @param inUsage reported by `getUsage`; the host enforces none of it.
     /// @param requestorName for the log line of a failure.
@@ -91,8 +90,7 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// Shows the pixels to the CPU. Waits for no fence. Each successful lock wants an unlock; locks
     /// may nest, in any thread, and then share one view.
     /// @param inUsage with at least one USAGE_SW_* bit; with no write bit, changes are dropped. A
-    /// lock
-    ///     for writing only still shows the pixels, so what it leaves alone stays as it was.
+    ///     lock for writing only still shows the pixels, so what it leaves alone stays as it was.
     /// @param vaddr not null; gets the first row's address, good until the last unlock, or null.
     /// @param outBytesPerPixel, outBytesPerStride the pixel's and the row's size in bytes, if
     /// wanted.
