@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <dirent.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <fstream>
 
 #include "support/fixture.h"
-#include "support/operations.h"
 
 namespace android::test {
 namespace {
@@ -16,7 +10,6 @@ namespace {
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::EndsWith;
-using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
@@ -79,69 +72,6 @@ TEST_F(ImportGLTest, ClearForgetsTheBuffers) {
     GlTrace trace;
     sharpen(src, dst);
     EXPECT_EQ(trace.count("eglCreateImageKHR"), 2u);
-}
-
-TEST_F(ImportGLTest, BuffersThatTheClientDropsStayUntilCleared) {
-    for (uint32_t i = 0; i < 5; ++i) {
-        sp<GraphicBuffer> fresh = makeBuffer(4 + i, 4);
-        sharpen(fresh, dst);
-    }
-    EXPECT_THAT(UpscalerPeer::textures(*upscaler), SizeIs(6));
-    EXPECT_THAT(UpscalerPeer::images(*upscaler), SizeIs(6));
-    EXPECT_THAT(log.errors(), IsEmpty());
-}
-
-size_t openDescriptors() {
-    size_t count = 0;
-    DIR* const directory = opendir("/proc/self/fd");
-    while (readdir(directory) != nullptr)
-        ++count;
-    closedir(directory);
-    return count;
-}
-
-size_t residentKiB() {
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    while (status >> word) {
-        if (word == "VmRSS:") break;
-    }
-    size_t kib = 0;
-    status >> kib;
-    return kib;
-}
-
-TEST_F(ImportGLTest, AThousandCallsOnAPairOfBuffersLeaveNothingBehind) {
-    GlTrace trace;
-    size_t images = 0;
-    const auto calls = [&](int count) {
-        for (int i = 0; i < count; ++i) {
-            trace.clear();
-            const OperationRow& row = operations()[static_cast<size_t>(i) % operations().size()];
-            ((*upscaler).*row.call)(src, dst, 0.5f, &fence);
-            images += trace.count("eglCreateImageKHR");
-            for (const char* wait :
-                 {"glFinish", "glClientWaitSync", "eglMakeCurrent", "glActiveTexture"})
-                EXPECT_EQ(trace.count(wait), 0u);
-            ASSERT_EQ(fence->wait(10000), OK);
-        }
-    };
-    // Enough for the driver to have compiled what it compiles and pooled what it pools.
-    calls(300);
-    usleep(100000);
-    const size_t descriptors = openDescriptors();
-    const size_t memory = residentKiB();
-    calls(1000);
-    EXPECT_EQ(images, 2u);
-    // The host closes its end of a fence a moment after signalling.
-    for (int i = 0; i < 100 && openDescriptors() > descriptors; ++i)
-        usleep(10000);
-    EXPECT_LE(openDescriptors(), descriptors);
-#ifdef UPSCALER_SANITIZED
-    (void)memory;  // A sanitizer keeps what is freed.
-#else
-    EXPECT_LT(residentKiB(), memory + 2048);
-#endif
 }
 
 }  // namespace

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <iterator>
 #include <optional>
 #include <vector>
 
 #include "host/GlClient.h"
+#include "support/process.h"
 
 namespace android {
 namespace {
@@ -91,11 +89,8 @@ TEST_F(NativeFenceGLTest, FencesDoNotWaitForEachOther) {
 }
 
 TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {
-    const auto openDescriptors = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    };
     ASSERT_EQ(mClient->fence()->wait(kLongMs), NO_ERROR);  // Whatever is opened once, now is.
-    const auto before = openDescriptors();
+    const size_t before = test::openDescriptors();
     drawSlowly();
     sp<Fence> last;
     std::vector<sp<Fence>> some;
@@ -108,9 +103,7 @@ TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {
         EXPECT_EQ(fence->wait(kLongMs), NO_ERROR);
     last = nullptr;
     some.clear();
-    for (int ms = 0; ms < kLongMs && openDescriptors() > before; ++ms)
-        usleep(1000);
-    EXPECT_LE(openDescriptors(), before);
+    EXPECT_LE(test::settledDescriptors(before), before);
 }
 
 TEST_F(NativeFenceGLTest, TheLastTerminateSignals) {

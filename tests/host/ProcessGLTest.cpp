@@ -7,21 +7,13 @@
 #include <cstdlib>
 
 #include "host/GlClient.h"
+#include "support/process.h"
 
 namespace android {
 namespace {
 
+using test::inAProcess;
 using ::testing::Each;
-
-// Runs `work` in a new process, which ends by way of its exit handlers.
-void inAProcess(const std::function<void()>& work) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto workAndExit = [&] {
-        work();
-        exit(::testing::Test::HasFailure() ? 1 : 0);
-    };
-    EXPECT_EXIT(workAndExit(), ::testing::ExitedWithCode(0), "");
-}
 
 TEST(ProcessGLTest, WorksWithoutADisplayServer) {
     for (const char* stale : {"DISPLAY", "WAYLAND_DISPLAY"}) {

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+// Long runs: what is held may not grow but as promised. UPSCALER_SOAK_CALLS says how long.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <random>
+
+#include "support/fixture.h"
+#include "support/operations.h"
+#include "support/process.h"
+
+namespace android::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+size_t callCount() {
+    const char* const asked = getenv("UPSCALER_SOAK_CALLS");
+    return asked != nullptr ? std::stoul(asked) : 6000;
+}
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr float kSharpness[] = {0.0f,  0.25f,     0.5f,       1.0f,  3.0f,
+                                -1.0f, kInfinity, -kInfinity, 1e38f, std::nanf("")};
+
+class SoakGLTest : public ::testing::Test {
+  protected:
+    using Pool = std::vector<sp<GraphicBuffer>>;
+
+    void TearDown() override { resizeBufferLogLevel = 0; }
+
+    size_t below(size_t end) { return std::uniform_int_distribution<size_t>(0, end - 1)(mRandom); }
+    sp<GraphicBuffer>& any(Pool& pool) { return pool[below(pool.size())]; }
+
+    // One call in 16 goes wrong, in one of the ways there are.
+    void call() {
+        const OperationRow& row = operations()[below(operations().size())];
+        sp<GraphicBuffer> from = any(mSources);
+        sp<GraphicBuffer> to = any(mDestinations);
+        const size_t fault = below(64);
+        if (fault == 0) from.clear();
+        if (fault == 1) to.clear();
+        if (fault == 2) from = mBroken;
+        if (fault == 3) to = mBroken;
+        sp<Fence> fence = Fence::NO_FENCE;
+        ((*mUpscaler).*row.call)(from, to, kSharpness[below(std::size(kSharpness))], &fence);
+        if (fault < 2) {
+            ASSERT_THAT(mLog.errors(), ElementsAre(row.name + ": Invlid srcBuffer or dstBuffer"));
+            ASSERT_EQ(fence, Fence::NO_FENCE);
+        } else if (fault < 4) {
+            ASSERT_EQ(mLog.errors().at(0), "get_texture: EGL_NO_IMAGE_KHR");
+        } else {
+            ASSERT_THAT(mLog.errors(), IsEmpty()) << row.name;
+        }
+        if (fault >= 2) {
+            ASSERT_TRUE(fence->isValid());
+        }
+        mLog.clear();
+        use(fence);
+    }
+
+    // What clients do with fences: keep, drop, copy, merge and wait.
+    void use(const sp<Fence>& fence) {
+        sp<Fence>& kept = mFences[below(mFences.size())];
+        switch (below(4)) {
+            case 0:
+                kept = fence;
+                break;
+            case 1:
+                kept = new Fence(fence->dup());
+                break;
+            case 2:
+                kept = Fence::merge("soak", kept, fence);
+                break;
+            default:
+                ASSERT_EQ(kept->wait(60000), NO_ERROR);
+        }
+    }
+
+    void waitForAll() {
+        for (sp<Fence>& fence : mFences) {
+            ASSERT_EQ(fence->wait(60000), NO_ERROR);
+            fence = Fence::NO_FENCE;
+        }
+    }
+
+    std::vector<uint32_t> reference() {
+        sp<Fence> fence;
+        mUpscaler->fsrResize(mSources.back(), mDestinations.back(), 0.25f, &fence);
+        EXPECT_EQ(fence->wait(60000), NO_ERROR);
+        return pixelsOf(mDestinations.back());
+    }
+
+    std::mt19937 mRandom{20};
+    OwnedUpscaler mUpscaler;
+    Pool mSources = {makeBuffer(1, 1), makeBuffer(3, 5), makeBuffer(16, 16), makeBuffer(33, 17)};
+    Pool mDestinations = {makeBuffer(1, 1), makeBuffer(7, 9), makeBuffer(32, 32),
+                          makeBuffer(50, 34)};
+    sp<GraphicBuffer> mBroken = makeBuffer(1u << 20, 1);
+    std::array<sp<Fence>, 16> mFences = [] {
+        std::array<sp<Fence>, 16> none;
+        none.fill(Fence::NO_FENCE);
+        return none;
+    }();
+    LogCapture mLog;
+};
+
+TEST_F(SoakGLTest, RandomCallsOnAPoolHoldNothingMore) {
+    constexpr int kSamples = 10;
+    constexpr int kWarm =
+            2;  // Until then the driver compiles what it compiles and fills its pools.
+    eachPixel(mSources.back(), GraphicBuffer::USAGE_SW_WRITE_OFTEN,
+              [&](uint32_t, uint32_t, uint32_t& pixel) {
+                  pixel = static_cast<uint32_t>(below(1u << 24)) | 0xFF000000u;
+              });
+    // All buffers are imported before casResize can delete a name that one of them would get.
+    for (size_t i = 0; i < mSources.size(); ++i) {
+        sp<Fence> fence;
+        mUpscaler->casSharpen(mSources[i], mDestinations[i], 0.5f, &fence);
+    }
+    const std::vector<uint32_t> expected = reference();
+    const size_t pool = mSources.size() + mDestinations.size();
+    size_t descriptors = openDescriptors();
+    size_t memory = 0;
+    for (int sample = 1; sample <= kSamples; ++sample) {
+        for (size_t i = 0; i < callCount() / kSamples; ++i) {
+            call();
+            if (HasFatalFailure()) return;
+        }
+        waitForAll();
+        ASSERT_EQ(reference(), expected) << "the same call gives the same pixels";
+        ASSERT_THAT(UpscalerPeer::textures(*mUpscaler), SizeIs(pool));
+        ASSERT_THAT(UpscalerPeer::images(*mUpscaler), SizeIs(pool));
+        const size_t open = settledDescriptors(descriptors);
+        if (sample <= kWarm) {
+            descriptors = open;
+            memory = residentKiB();
+        }
+        printf("%zu calls: %zu descriptors, %zu KiB\n",
+               static_cast<size_t>(sample) * (callCount() / kSamples), open, residentKiB());
+        ASSERT_LE(open, descriptors);
+    }
+#ifndef UPSCALER_SANITIZED  // A sanitizer keeps what is freed.
+    EXPECT_LT(residentKiB(), memory + 2048);
+#endif
+}
+
+TEST_F(SoakGLTest, EverNewBuffersAreHeldUntilCleared) {
+    const size_t count = std::max<size_t>(200, callCount() / 200);
+    std::vector<wp<GraphicBuffer>> watched;
+    const auto living = [&] {
+        return std::count_if(watched.begin(), watched.end(),
+                             [](const auto& buffer) { return buffer.promote() != nullptr; });
+    };
+    const size_t descriptors = openDescriptors();
+    const size_t before = residentKiB();
+    for (size_t i = 0; i < count; ++i) {
+        sp<GraphicBuffer> fresh = makeBuffer(64, 64);
+        watched.push_back(fresh);
+        sp<Fence> fence;
+        mUpscaler->casSharpen(fresh, mDestinations[0], 0.5f, &fence);
+        ASSERT_EQ(fence->wait(60000), NO_ERROR);
+    }
+    EXPECT_THAT(UpscalerPeer::textures(*mUpscaler), SizeIs(count + 1));
+    EXPECT_THAT(UpscalerPeer::images(*mUpscaler), SizeIs(count + 1));
+    EXPECT_EQ(living(), static_cast<long>(count));
+    const size_t grown = residentKiB();
+    mUpscaler->clearOpenGLResources();
+    EXPECT_EQ(living(), 0);
+    EXPECT_LE(settledDescriptors(descriptors + 2), descriptors + 2) << "the host's own may come";
+    printf("%zu buffers of 64x64: from %zu to %zu KiB, then cleared to %zu KiB\n", count, before,
+           grown, residentKiB());
+    EXPECT_THAT(mLog.errors(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace android::test

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+// What this process holds of the system, and processes of their own for cases that need one.
+#ifndef TESTS_SUPPORT_PROCESS_H
+#define TESTS_SUPPORT_PROCESS_H
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace android::test {
+
+inline size_t openDescriptors() {
+    return static_cast<size_t>(
+            std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
+}
+
+// The host closes its end of a fence a moment after signalling.
+inline size_t settledDescriptors(size_t expected) {
+    for (int ms = 0; ms < 20000 && openDescriptors() > expected; ++ms)
+        usleep(1000);
+    return openDescriptors();
+}
+
+inline size_t residentKiB() {
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    while (status >> word && word != "VmRSS:") {
+    }
+    size_t kib = 0;
+    status >> kib;
+    return kib;
+}
+
+// Runs `work` in a new process, which ends by way of its exit handlers.
+template <typename Work>
+void inAProcess(const Work& work) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto workAndExit = [&] {
+        alarm(120);
+        work();
+        exit(::testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(workAndExit(), ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace android::test
+
+#endif  // TESTS_SUPPORT_PROCESS_H
