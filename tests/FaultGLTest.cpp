@@ -262,6 +262,44 @@ TEST_F(FaultGLTest, AMissingEntryPointFailsLikeItsCall) {
     }
 }
 
+// The specified lines and nothing worse; the next object works.
+TEST_F(FaultGLTest, TheContextIsLost) {
+    for (const OperationRow& row : operations()) {
+        SCOPED_TRACE(row.name);
+        Upscaler lost;
+        ((lost).*row.call)(src, dst, 0.5f, &fence);
+        LogCapture log;
+        GlTrace trace;
+        trace.loseContext();
+        ((lost).*row.call)(src, dst, 0.5f, &fence);
+        ASSERT_NE(fence, nullptr);
+        EXPECT_FALSE(fence->isValid());
+        EXPECT_EQ(log.errors().size(), trace.count("glGetError")) << "one line for each check";
+        EXPECT_THAT(log.errors(), Each(HasSubstr(" failed: unknown error \n")));
+        lost.clearOpenGLResources();
+        lost.destroyEGL();
+        EXPECT_EQ(UpscalerPeer::context(lost), EGL_NO_CONTEXT);
+    }
+    eglMakeCurrent(eglGetCurrentDisplay(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    LogCapture log;
+    OwnedUpscaler next;
+    next->fsrResize(src, dst, 0.0f, &fence);
+    EXPECT_EQ(fence->wait(10000), NO_ERROR);
+    EXPECT_THAT(log.errors(), IsEmpty());
+}
+
+// Every shader is refused: the lines of nine programs, and an object that can still be called.
+TEST_F(FaultGLTest, TheCompilerRefuses) {
+    LogCapture log;
+    GlTrace trace;
+    trace.failNext("glCompileShader", 0, GlTrace::kAlways);
+    OwnedUpscaler upscaler;
+    EXPECT_THAT(log.errors(), SizeIs(9 * 3));
+    upscaler->casResize(src, dst, 0.5f, &fence);
+    EXPECT_TRUE(fence->isValid());
+    EXPECT_EQ(fence->wait(10000), NO_ERROR);
+}
+
 TEST_F(FaultGLTest, TeardownAsksForNoResult) {
     for (const char* call : {"eglDestroyImageKHR", "eglMakeCurrent", "eglDestroyContext",
                              "eglTerminate", "eglReleaseThread"}) {

@@ -126,12 +126,13 @@ std::vector<std::string> GlTrace::names() const {
 }
 
 bool GlTrace::takeFailure(const GlCall& call) {
+    if (mLost) return true;
     if (mFail.empty() || (mFail != call.name && mFail != call.name + ":" + call.text)) return false;
     if (mFailSkip > 0) {
         --mFailSkip;
         return false;
     }
-    mFail.clear();
+    if (mHowOften == kOnce) mFail.clear();
     return true;
 }
 

@@ -45,10 +45,19 @@ class GlTrace {
     std::vector<std::string> names() const;
 
     // The next call of this name, or the one `skip` later, fails without reaching the driver (0,
-    // false, null or -1). With "name:text", a call with that string argument.
-    void failNext(const std::string& name, size_t skip = 0) {
+    // false, null or -1), and with kAlways each after it. With "name:text", a call with that string
+    // argument.
+    enum HowOften { kOnce, kAlways };
+    void failNext(const std::string& name, size_t skip = 0, HowOften howOften = kOnce) {
         mFail = name;
         mFailSkip = skip;
+        mHowOften = howOften;
+    }
+    // As of a context that is lost: from here on no call reaches the driver, and each GL error is
+    // GL_CONTEXT_LOST.
+    void loseContext() {
+        mLost = true;
+        mRaiseAlways = 0x0507;
     }
     // What eglGetError answers from now on; 0: the real thing.
     void setEglError(int error) { mEglError = error; }
@@ -70,8 +79,10 @@ class GlTrace {
 
   private:
     std::vector<GlCall> mCalls;
+    bool mLost = false;
     std::string mFail;
     size_t mFailSkip = 0;
+    HowOften mHowOften = kOnce;
     int mEglError = 0;
     size_t mSkip = 0;
     unsigned int mRaise = 0;

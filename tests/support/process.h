@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -44,7 +45,14 @@ void inAProcess(const Work& work) {
     const auto workAndExit = [&] {
         alarm(120);
         work();
-        exit(::testing::Test::HasFailure() ? 1 : 0);
+        // Its own printer is silent in such a process; the parent shows what is on stderr.
+        const auto* const result =
+                ::testing::UnitTest::GetInstance()->current_test_info()->result();
+        for (int i = 0; i < result->total_part_count(); ++i) {
+            const ::testing::TestPartResult& part = result->GetTestPartResult(i);
+            fprintf(stderr, "%s:%d: %s\n", part.file_name(), part.line_number(), part.message());
+        }
+        exit(result->Failed() ? 1 : 0);
     };
     EXPECT_EXIT(workAndExit(), ::testing::ExitedWithCode(0), "");
 }

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: Apache-2.0
+// Many threads, processes that end or fork in the middle, and a system that has run out of things.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include "support/fixture.h"
+#include "support/operations.h"
+#include "support/process.h"
+
+namespace android::test {
+namespace {
+
+using ::testing::IsEmpty;
+
+constexpr int kLongMs = 60000;
+
+// A queue with an end.
+class FenceQueue {
+  public:
+    void push(sp<Fence> fence) {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mFences.push_back(std::move(fence));
+        mChanged.notify_one();
+    }
+    void close() {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mClosed = true;
+        mChanged.notify_all();
+    }
+    // Null at the end.
+    sp<Fence> pop() {
+        std::unique_lock<std::mutex> lock(mMutex);
+        mChanged.wait(lock, [this] { return mClosed || !mFences.empty(); });
+        if (mFences.empty()) return nullptr;
+        sp<Fence> fence = mFences.front();
+        mFences.pop_front();
+        return fence;
+    }
+
+  private:
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    std::deque<sp<Fence>> mFences;
+    bool mClosed = false;
+};
+
+// Waits, or lets go early, on copies and merged ones: `turn` chooses.
+bool useFence(const sp<Fence>& fence, const sp<Fence>& earlier, int turn) {
+    switch (turn % 4) {
+        case 0:
+            return fence->wait(kLongMs) == NO_ERROR;
+        case 1:
+            return sp<Fence>(new Fence(fence->dup()))->wait(kLongMs) == NO_ERROR;
+        case 2:
+            return Fence::merge("stress", fence, earlier)->waitForever("stress") == NO_ERROR;
+        default:
+            return Fence::merge("stress", earlier, fence)->isValid();
+    }
+}
+
+TEST(StressGLTest, FencesGoToManyThreads) {
+    OwnedUpscaler upscaler;
+    sp<GraphicBuffer> src = makeBuffer(16, 16);
+    sp<GraphicBuffer> dst = makeBuffer(40, 40);
+    sp<Fence> fence;
+    upscaler->casSharpen(src, dst, 0.5f, &fence);
+    ASSERT_EQ(fence->wait(kLongMs), NO_ERROR);
+    fence.clear();
+    usleep(100000);  // The host lets go of its end.
+    const size_t descriptors = openDescriptors();
+    FenceQueue queue;
+    std::atomic<int> bad{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&, turn = i]() mutable {
+            sp<Fence> earlier = Fence::NO_FENCE;
+            while (sp<Fence> next = queue.pop()) {
+                if (!useFence(next, earlier, turn++)) ++bad;
+                earlier = next;
+            }
+        });
+    }
+    for (size_t i = 0; i < 400; ++i) {
+        ((*upscaler).*operations()[i % operations().size()].call)(src, dst, 0.5f, &fence);
+        queue.push(fence);
+    }
+    queue.close();
+    for (std::thread& thread : threads)
+        thread.join();
+    fence.clear();
+    EXPECT_EQ(bad, 0);
+    EXPECT_LE(settledDescriptors(descriptors), descriptors);
+}
+
+// Each on its own thread with a context of its own, all on one source.
+TEST(StressGLTest, UpscalersOnThreadsShareASourceAndComeAndGo) {
+    LogCapture log;
+    const sp<GraphicBuffer> shared = makeBuffer(16, 16);
+    fill(shared, 0xFF336699);
+    const auto run = [&shared](int rounds) {
+        sp<GraphicBuffer> src = shared;
+        sp<GraphicBuffer> dst = makeBuffer(40, 40);
+        std::vector<std::vector<uint32_t>> results;
+        for (int round = 0; round < rounds; ++round) {
+            OwnedUpscaler upscaler;
+            sp<Fence> fence;
+            for (const OperationRow& row : operations()) {
+                ((*upscaler).*row.call)(src, dst, 0.5f, &fence);
+                if (fence->wait(kLongMs) == NO_ERROR) results.push_back(pixelsOf(dst));
+            }
+        }
+        return results;
+    };
+    const std::vector<std::vector<uint32_t>> expected = run(2);
+    EXPECT_EQ(expected[0][820], 0xFF336699);
+    std::array<std::vector<std::vector<uint32_t>>, 3> results;
+    std::vector<std::thread> threads;
+    for (auto& result : results)
+        threads.emplace_back([&] { result = run(2); });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const auto& result : results)
+        EXPECT_EQ(result, expected);
+    EXPECT_THAT(log.errors(), IsEmpty());
+}
+
+TEST(StressGLTest, AProcessMayEndWithEverythingOpen) {
+    inAProcess([] {
+        static sp<GraphicBuffer> src = makeBuffer(512, 512);
+        static sp<GraphicBuffer> dst = makeBuffer(2048, 2048);
+        static sp<Fence> fence;
+        auto* const upscaler = new Upscaler;
+        for (int i = 0; i < 8; ++i)
+            upscaler->fsrResize(src, dst, 0.0f, &fence);
+        EXPECT_EQ(fence->getStatus(), Fence::Status::Unsignaled);
+    });
+}
+
+// The child has neither the host's threads nor the driver's: it may only not hang.
+TEST(StressGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "ThreadSanitizer never returns from the driver's own join at exit";
+#endif
+    inAProcess([] {
+        OwnedUpscaler upscaler;
+        sp<GraphicBuffer> src = makeBuffer(64, 64);
+        sp<GraphicBuffer> dst = makeBuffer(256, 256);
+        sp<Fence> fence;
+        for (int i = 0; i < 20; ++i) {
+            upscaler->casSharpen(src, dst, 0.5f, &fence);
+            const pid_t child = fork();
+            if (child == 0) {
+                alarm(20);
+                // What is pending stays so here; what is new is refused.
+                void* address = nullptr;
+                const bool refused = src->lock(GraphicBuffer::USAGE_SW_READ_OFTEN, &address) != OK;
+                _exit(refused && fence->wait(kLongMs) == NO_ERROR ? 0 : 1);
+            }
+            int status = -1;
+            waitpid(child, &status, 0);
+            ASSERT_EQ(status, 0) << "in round " << i;
+            ASSERT_EQ(fence->wait(kLongMs), NO_ERROR);
+        }
+    });
+}
+
+TEST(StressGLTest, OutOfDescriptorsTheFenceIsInvalidAndTheRestGoesOn) {
+    inAProcess([] {
+        OwnedUpscaler upscaler;
+        sp<GraphicBuffer> src = makeBuffer(16, 16);
+        sp<GraphicBuffer> dst = makeBuffer(40, 40);
+        sp<Fence> valid;
+        upscaler->casSharpen(src, dst, 0.5f, &valid);
+        ASSERT_EQ(valid->wait(kLongMs), NO_ERROR);
+        rlimit before = {};
+        getrlimit(RLIMIT_NOFILE, &before);
+        const rlimit none = {0, before.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+        LogCapture log;
+        for (const OperationRow& row : operations()) {
+            sp<Fence> fence;
+            ((*upscaler).*row.call)(src, dst, 0.5f, &fence);
+            EXPECT_FALSE(fence->isValid()) << row.name;
+            EXPECT_EQ(fence->wait(0), NO_ERROR) << "nothing to wait for";
+        }
+        EXPECT_THAT(log.errors(), IsEmpty());
+        EXPECT_EQ(valid->dup(), -1);
+        EXPECT_EQ(Fence::merge("stress", valid, valid), Fence::NO_FENCE);
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+        upscaler->casSharpen(src, dst, 0.5f, &valid);
+        EXPECT_EQ(valid->wait(kLongMs), NO_ERROR);
+    });
+}
+
+}  // namespace
+}  // namespace android::test
