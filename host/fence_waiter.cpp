@@ -122,11 +122,14 @@ void FenceWaiter::threadMain() {
                        (now >= finish->deadline || (each.isMerged() && !driverWorks));
             });
         };
-        const auto signalled = std::partition(pending.begin(), pending.end(), [&](Pending& each) {
-            return !isDone(&each) && !given(each);
-        });
-        std::for_each(signalled, pending.end(), [](Pending& each) { signal(&each); });
-        pending.erase(signalled, pending.end());
+        {
+            const std::shared_lock<std::shared_mutex> inDriver(forkGate());
+            const auto signalled =
+                    std::partition(pending.begin(), pending.end(),
+                                   [&](Pending& each) { return !isDone(&each) && !given(each); });
+            std::for_each(signalled, pending.end(), [](Pending& each) { signal(&each); });
+            pending.erase(signalled, pending.end());
+        }
 
         lock.lock();
         for (Finish* finish : finishing) {

@@ -81,7 +81,10 @@ void GlThread::threadMain() {
         Job* const job = mJobs.front();
         mJobs.pop_front();
         lock.unlock();
-        job->work(host);
+        {
+            const std::shared_lock<std::shared_mutex> inDriver(forkGate());
+            job->work(host);
+        }
         lock.lock();
         job->state = Job::Done;
         mChanged.notify_all();

@@ -26,6 +26,15 @@ class BlockedSignals {
 
 }  // namespace
 
+std::shared_mutex& forkGate() {
+    static auto* const gate = [] {
+        pthread_atfork([] { forkGate().lock(); }, [] { forkGate().unlock(); },
+                       [] { forkGate().unlock(); });
+        return new std::shared_mutex;  // Never freed: a fork may come after exit began.
+    }();
+    return *gate;
+}
+
 std::thread startThread(const char* name, std::function<void()> body) {
     const BlockedSignals inherited;
     return std::thread([name, body = std::move(body)] {

@@ -3,6 +3,7 @@
 #define UPSCALER_HOST_THREAD_H
 
 #include <functional>
+#include <shared_mutex>
 #include <thread>
 
 namespace android::host {
@@ -11,6 +12,10 @@ namespace android::host {
 /// the client's handlers stay on the client's threads and a pipe without a reader ends nothing.
 /// @throws std::system_error if there is no thread to be had.
 std::thread startThread(const char* name, std::function<void()> body);
+
+/// To be held, shared, by a thread of the host's own while it is in the driver. A fork waits until
+/// none is, so that the child gets no lock of the driver's that nobody would ever release.
+std::shared_mutex& forkGate();
 
 }  // namespace android::host
 

@@ -161,7 +161,7 @@ TEST(StressGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
                 // What is pending stays so here; what is new is refused.
                 void* address = nullptr;
                 const bool refused = src->lock(GraphicBuffer::USAGE_SW_READ_OFTEN, &address) != OK;
-                _exit(refused && fence->wait(kLongMs) == NO_ERROR ? 0 : 1);
+                exit(refused && fence->wait(kLongMs) == NO_ERROR ? 0 : 1);
             }
             int status = -1;
             waitpid(child, &status, 0);
