@@ -232,6 +232,7 @@ HOOK_HOST(EGLBoolean, eglTerminate, 0, (EGLDisplay dpy), (dpy))
 HOOK_HOST(EGLint, eglDupNativeFenceFDANDROID, -1, (EGLDisplay dpy, EGLSyncKHR sync), (dpy, sync))
 
 HOOK(uint64_t, atrace_get_enabled_tags, (void), ())
+HOOK(void, atrace_begin_body, (const char* name), (name))
 HOOK(void, atrace_end_body, (void), ())
 // clang-format on
 
