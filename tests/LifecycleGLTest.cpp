@@ -64,19 +64,5 @@ TEST_F(LifecycleGLTest, ProgramsAreMadeIfTheirSlotIsEmptyButForThe2dCopy) {
     EXPECT_NE(UpscalerPeer::upscalerShader(*upscaler), nullptr);
 }
 
-TEST_F(LifecycleGLTest, OneAfterTheOtherOnTheSameBuffers) {
-    sp<GraphicBuffer> src = makeBuffer(8, 8);
-    sp<GraphicBuffer> dst = makeBuffer(16, 16);
-    fill(src, 0xFF336699);
-    sp<Fence> fence;
-    for (int i = 0; i < 3; ++i) {
-        OwnedUpscaler upscaler;
-        upscaler->fsrResize(src, dst, 0.0f, &fence);
-        ASSERT_EQ(fence->wait(10000), OK);
-        EXPECT_EQ(pixelsOf(dst).at(8 * 16 + 8), 0xFF336699u);
-    }
-    EXPECT_THAT(log.errors(), IsEmpty());
-}
-
 }  // namespace
 }  // namespace android::test
