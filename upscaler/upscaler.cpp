@@ -419,7 +419,7 @@ Upscaler::Upscaler()
     char level[PROPERTY_VALUE_MAX];
     property_get(kLogLevelProperty, level, "0");
     // What std::stoul throws on a value that is no base-16 number is meant to reach the client.
-    resizeBufferLogLevel = static_cast<uint32_t>(std::stoul(level, nullptr, 16));
+    setLogLevel(static_cast<uint32_t>(std::stoul(level, nullptr, 16)));
 
     UPS_LOGD(">> %s", __func__);
     initEGL();

@@ -8,6 +8,7 @@
 #include <GLES2/gl2ext.h>
 #include <dlfcn.h>
 
+#include <atomic>
 #include <sstream>
 #include <tuple>
 #include <type_traits>
@@ -254,10 +255,10 @@ VISIBLE EGLint __wrap_eglGetError(void) {
 namespace {
 
 // The entry points that the library fetches by name: name, type, result, parameters, arguments.
-#define FETCHED(name, Type, Result, parameters, arguments)                \
-    Type real_##name = nullptr;                                           \
-    Result EGLAPIENTRY hooked_##name parameters {                         \
-        return forward(#name, real_##name, 0, std::make_tuple arguments); \
+#define FETCHED(name, Type, Result, parameters, arguments)                       \
+    std::atomic<Type> real_##name{nullptr};                                      \
+    Result EGLAPIENTRY hooked_##name parameters {                                \
+        return forward(#name, real_##name.load(), 0, std::make_tuple arguments); \
     }
 
 // clang-format off
@@ -270,7 +271,7 @@ FETCHED(eglDestroySyncKHR, PFNEGLDESTROYSYNCKHRPROC, EGLBoolean, (EGLDisplay dpy
 
 template <typename Function>
 __eglMustCastToProperFunctionPointerType hook(__eglMustCastToProperFunctionPointerType fetched,
-                                              Function& real, Function hooked) {
+                                              std::atomic<Function>& real, Function hooked) {
     if (fetched == nullptr) return nullptr;
     real = reinterpret_cast<Function>(fetched);
     return reinterpret_cast<__eglMustCastToProperFunctionPointerType>(hooked);

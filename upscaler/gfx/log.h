@@ -13,13 +13,22 @@ constexpr char kLogTag[] = "Upscaler";
 // Both bits are needed: either alone keeps the log quiet.
 constexpr uint32_t kDebugLogMask = 0x21;
 
+// Objects on several threads share the level, which clients see as a plain variable: the library
+// itself reads and writes it in one piece.
+inline bool debugLogIsOn() {
+    return (__atomic_load_n(&resizeBufferLogLevel, __ATOMIC_RELAXED) & kDebugLogMask) ==
+           kDebugLogMask;
+}
+inline void setLogLevel(uint32_t level) {
+    __atomic_store_n(&resizeBufferLogLevel, level, __ATOMIC_RELAXED);
+}
+
 }  // namespace android
 
 // The arguments are evaluated only when the line is written: some of them ask GL or EGL.
 #define UPS_LOGD(...)                                                                \
     do {                                                                             \
-        if ((::android::resizeBufferLogLevel & ::android::kDebugLogMask) ==          \
-            ::android::kDebugLogMask)                                                \
+        if (::android::debugLogIsOn())                                               \
             __android_log_print(ANDROID_LOG_DEBUG, ::android::kLogTag, __VA_ARGS__); \
     } while (0)
 
