@@ -3,7 +3,8 @@
 set -euo pipefail
 missing=
 expect() { # EXPRESSION FILE...
-    readelf --wide --file-header --program-headers --dynamic --dyn-syms "${@:2}" | grep -qE -e "$1" || missing+="${*:2}: no $1"$'\n'
+    grep -qE -e "$1" <<<"$(readelf --wide --file-header --program-headers --dynamic --dyn-syms "${@:2}")" ||
+        missing+="${*:2}: no $1"$'\n'
 }
 for file; do
     for mark in 'Type: *DYN' GNU_RELRO 'FLAGS.* (BIND_)?NOW' 'GNU_STACK.* RW ' __stack_chk_fail; do
