@@ -30,7 +30,7 @@ sources() { # MODULE
     strings "$1" srcs | while read -r pattern; do printf '%s\n' $pattern; done
 }
 for target in aarch64-linux-gnu x86_64-linux-gnu; do
-    compile=(nice clang++ --target=$target -std=c++17 -stdlib=libc++ -fno-rtti -fPIC $flags -I. -Iinclude
+    compile=(clang++ --target=$target -std=c++17 -stdlib=libc++ -fno-rtti -fPIC $flags -I. -Iinclude
         -isystem tests/android/include -isystem /usr/include/android)
     mkdir "$work/$target"
     for source in $(sources libupscaler); do
