@@ -22,9 +22,12 @@ class UPSCALER_HOST_API Fence : public LightRefBase<Fence> {
     /// Timeout of `wait` that never ends.
     static constexpr int TIMEOUT_NEVER = -1;
     /// `getSignalTime` without an answer: no such time, and not yet. Both are later than any time.
+    /// @{
     static constexpr nsecs_t SIGNAL_TIME_INVALID = INT64_MAX;
     static constexpr nsecs_t SIGNAL_TIME_PENDING = INT64_MAX - 1;
+    /// @}
 
+    /// What `getStatus` tells.
     enum class Status {
         Invalid,     ///< The descriptor is bad.
         Unsignaled,  ///< The work is not done.
@@ -34,6 +37,7 @@ class UPSCALER_HOST_API Fence : public LightRefBase<Fence> {
     Fence() = default;
     /// Owns `fenceFd` and closes it; -1 makes a fence without a descriptor.
     explicit Fence(int fenceFd);
+    /// The same.
     explicit Fence(base::unique_fd fenceFd);
     Fence(const Fence&) = delete;
     Fence& operator=(const Fence&) = delete;

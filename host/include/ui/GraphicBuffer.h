@@ -73,14 +73,17 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// NO_MEMORY for a size, NO_INIT without a working driver.
     status_t initCheck() const { return mInitCheck; }
 
+    /// What the constructor was asked for; sizes in pixels, and 0 after a failure.
+    /// @{
     uint32_t getWidth() const { return static_cast<uint32_t>(width); }
     uint32_t getHeight() const { return static_cast<uint32_t>(height); }
-    /// Pixels from one row to the next under a lock: the width, made even.
-    uint32_t getStride() const { return static_cast<uint32_t>(stride); }
     uint64_t getUsage() const { return usage; }
     PixelFormat getPixelFormat() const { return format; }
     uint32_t getLayerCount() const { return static_cast<uint32_t>(layerCount); }
     Rect getBounds() const { return {width, height}; }
+    /// @}
+    /// Pixels from one row to the next under a lock: the width, made even.
+    uint32_t getStride() const { return static_cast<uint32_t>(stride); }
     /// Unique among the buffers of all processes of the machine, and never 0.
     uint64_t getId() const { return mId; }
 

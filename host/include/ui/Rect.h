@@ -9,6 +9,8 @@ namespace android {
 /// A rectangle in pixels. `right` and `bottom` are the first column and row outside.
 class Rect {
   public:
+    /// As on Android.
+    /// @{
     constexpr Rect() = default;
     constexpr Rect(int32_t width, int32_t height) : right(width), bottom(height) {}
     constexpr Rect(int32_t l, int32_t t, int32_t r, int32_t b)
@@ -31,6 +33,7 @@ class Rect {
     int32_t top = 0;
     int32_t right = 0;
     int32_t bottom = 0;
+    /// @}
 };
 
 }  // namespace android
