@@ -6,6 +6,9 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GLES3/gl32.h>
+// After the header whose types it uses.
+#define GL_GLEXT_PROTOTYPES
+#include <GLES2/gl2ext.h>
 
 namespace android::host {
 
@@ -19,7 +22,7 @@ namespace android::host {
     X(eglDestroySyncKHR) X(eglDupNativeFenceFDANDROID)
 #define HOST_GL_FUNCTIONS(X) \
     X(glBindFramebuffer) X(glBindTexture) X(glCheckFramebufferStatus) X(glDeleteTextures) \
-    X(glFinish) X(glFlush) X(glFramebufferTexture2D) X(glGenFramebuffers) X(glGenTextures) \
+    X(glEGLImageTargetTexture2DOES) X(glFinish) X(glFlush) X(glFramebufferTexture2D) X(glGenFramebuffers) X(glGenTextures) \
     X(glGetError) X(glGetIntegerv) X(glPixelStorei) X(glReadPixels) X(glTexParameteri) \
     X(glTexStorage2D) X(glTexSubImage2D)
 // clang-format on

@@ -10,6 +10,7 @@
 #include "host/egl_error.h"
 #include "host/native_fence.h"
 #include "host/native_image.h"
+#include "host/pixel_store.h"
 
 namespace {
 
@@ -28,6 +29,12 @@ EGLImageKHR EGLAPIENTRY createImage(EGLDisplay display, EGLContext context, EGLe
 
 EGLBoolean EGLAPIENTRY destroyImage(EGLDisplay display, EGLImageKHR image) {
     return NativeImages::get().destroy(display, image);
+}
+
+void EGLAPIENTRY bindImage(GLenum target, GLeglImageOES image) {
+    // Before the driver, whose GL errors are the client's: a bind that fails was still seen.
+    NativeImages::get().bind(target, image);
+    driver().glEGLImageTargetTexture2DOES(target, image);
 }
 
 EGLSyncKHR EGLAPIENTRY createSync(EGLDisplay display, EGLenum type, const EGLint* attributes) {
@@ -82,6 +89,12 @@ __wrap_eglGetProcAddress(const char* name) {
     for (const auto& each : answered) {
         if (std::strcmp(each.name, name) == 0) return each.function;
     }
+    if (std::strcmp(name, "glEGLImageTargetTexture2DOES") == 0) {
+        const bool known = driver().glEGLImageTargetTexture2DOES != nullptr;
+        return known ? reinterpret_cast<Function>(bindImage) : nullptr;
+    }
+    // Its other ways to bind an image, as a renderbuffer or with storage, are not watched.
+    if (std::strncmp(name, "glEGLImageTarget", 16) == 0) PixelStore::expectUnseenBinds();
     return driver().eglGetProcAddress(name);
 }
 

@@ -35,6 +35,12 @@ bool GlThread::run(const Work& work) {
     return job.state == Job::Done;
 }
 
+bool GlThread::isRunning() {
+    if (mOwner.load() != getpid()) return false;
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mState == State::Running;
+}
+
 bool GlThread::start(std::unique_lock<std::mutex>& lock) {
     mChanged.wait(lock, [this] { return mState != State::Starting && mState != State::Failed; });
     if (mState != State::Idle) return mState == State::Running;

@@ -36,6 +36,8 @@ class GlThread {
     /// @return false if `work` did not run: no driver, exit has begun, or this is a forked child,
     ///     which does not have the thread.
     bool run(const Work& work);
+    /// Whether `run` would, had it been called before.
+    bool isRunning();
 
   private:
     enum class State { Idle, Starting, Failed, Running, Stopped };

@@ -33,7 +33,7 @@ GraphicBuffer::GraphicBuffer() : mId(nextId()) {
 GraphicBuffer::GraphicBuffer(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat,
                              uint32_t inLayerCount, uint64_t inUsage, std::string requestorName)
     : GraphicBuffer() {
-    mInitCheck = allocate(inWidth, inHeight, inFormat, inLayerCount);
+    mInitCheck = allocate(inWidth, inHeight, inFormat, inLayerCount, inUsage);
     if (mInitCheck != OK) {
         HOST_LOGE("no buffer of %ux%u, format %d, layers %u for %s: error %d", inWidth, inHeight,
                   inFormat, inLayerCount, requestorName.c_str(), mInitCheck);
@@ -49,11 +49,13 @@ GraphicBuffer::GraphicBuffer(uint32_t inWidth, uint32_t inHeight, PixelFormat in
 }
 
 status_t GraphicBuffer::allocate(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat,
-                                 uint32_t inLayerCount) {
+                                 uint32_t inLayerCount, uint64_t inUsage) {
     const host::FormatInfo* info = host::findFormat(inFormat);
     if (info == nullptr || inLayerCount > 1) return BAD_VALUE;
     if (inWidth == 0 || inHeight == 0) inWidth = inHeight = 1;
-    return host::PixelStore::create(inWidth, inHeight, *info, &mPixels);
+    const bool isLockedOften = (inUsage & USAGE_SW_READ_MASK) == USAGE_SW_READ_OFTEN ||
+                               (inUsage & USAGE_SW_WRITE_MASK) == USAGE_SW_WRITE_OFTEN;
+    return host::PixelStore::create(inWidth, inHeight, *info, isLockedOften, &mPixels);
 }
 
 GraphicBuffer::~GraphicBuffer() {

@@ -99,6 +99,12 @@ EGLBoolean NativeImages::destroy(EGLDisplay display, EGLImageKHR image) {
     return EGL_TRUE;
 }
 
+void NativeImages::bind(GLenum target, EGLImageKHR image) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    const auto found = mImages.find(image);
+    if (found != mImages.end()) mBuffers[found->second.native].pixels->bind(target);
+}
+
 void NativeImages::releaseAll(EGLDisplay display) {
     if (!Displays::get().isDefault(display)) return;
     std::vector<ANativeWindowBuffer*> released;

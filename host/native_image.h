@@ -32,6 +32,8 @@ class NativeImages {
     EGLImageKHR create(EGLDisplay display, EGLContext context, EGLClientBuffer native,
                        const EGLint* attributes);
     EGLBoolean destroy(EGLDisplay display, EGLImageKHR image);
+    /// A client binds an image, of a buffer or not, to a texture of `target`.
+    void bind(GLenum target, EGLImageKHR image);
 
     /// Takes all images of `display` back from the clients.
     void releaseAll(EGLDisplay display);

@@ -8,6 +8,8 @@
 namespace android::host {
 namespace {
 
+std::atomic<bool> bindsAreSeen{true};
+
 void clearGlErrors() {
     while (driver().glGetError() != GL_NO_ERROR) {
     }
@@ -25,36 +27,39 @@ void attach(GLuint texture) {
 // A transfer's rows on GL's side: the view itself if no conversion is needed, otherwise packed
 // rows.
 struct Rows {
-    Rows(const Transfer& transfer, uint32_t width, uint32_t height, std::vector<uint8_t>* view)
+    Rows(const Transfer& transfer, uint32_t width, uint32_t height, uint8_t* view)
         : rowBytes(size_t{width} * transfer.bytesPerPixel) {
-        if (transfer.convert != nullptr) packed.resize(rowBytes * height);
-        data = transfer.convert != nullptr ? packed.data() : view->data();
+        // Not initialised: every byte is written before it is read.
+        if (transfer.convert != nullptr) packed.reset(new uint8_t[rowBytes * height]);
+        data = transfer.convert != nullptr ? packed.get() : view;
     }
     size_t rowBytes;
-    std::vector<uint8_t> packed;
+    std::unique_ptr<uint8_t[]> packed;
     uint8_t* data;
 };
 
 }  // namespace
 
-PixelStore::PixelStore(uint32_t width, uint32_t height, const FormatInfo& format)
+PixelStore::PixelStore(uint32_t width, uint32_t height, const FormatInfo& format, bool keepsView)
     : mFormat(format),
       mWidth(width),
       mHeight(height),
       // Wider than an odd width, so that a client that takes the width for it is found out.
-      mStride(width + width % 2) {}
+      mStride(width + width % 2),
+      mKeepsView(keepsView) {}
 
 status_t PixelStore::create(uint32_t width, uint32_t height, const FormatInfo& format,
-                            std::shared_ptr<PixelStore>* store) {
-    const std::shared_ptr<PixelStore> made(new PixelStore(width, height, format));
+                            bool keepsView, std::shared_ptr<PixelStore>* store) {
+    const std::shared_ptr<PixelStore> made(new PixelStore(width, height, format, keepsView));
     status_t status = NO_INIT;
     GlThread::get().run([&](const HostContext& host) { status = made->allocate(host); });
     if (status != OK) return status;
     // Not by glClear: one driver puts that off until this context reads, after the client's
     // drawing.
-    made->mView.resize(made->viewBytes());
+    if (!made->makeView()) return NO_MEMORY;
     status = made->upload();
-    made->mView = {};
+    made->mViewIsCurrent = true;
+    made->dropView();
     if (status == OK) *store = made;
     return status;
 }
@@ -95,16 +100,22 @@ PixelStore::~PixelStore() {
 status_t PixelStore::lock(bool forWriting, void** address) {
     const std::lock_guard<std::mutex> lock(mViewMutex);
     if (mLocks == 0) {
-        const status_t status = readBack();
-        if (status != OK) {
-            mView = {};
-            return status;
+        if (mViewIsCurrent && onlyTheCpuWrites()) {
+            if (!GlThread::get().isRunning()) return NO_INIT;
+        } else {
+            if (!makeView()) return NO_MEMORY;
+            const status_t status = readBack();
+            mViewIsCurrent = status == OK;
+            if (status != OK) {
+                dropView();
+                return status;
+            }
         }
         mWritten = false;
     }
     ++mLocks;
     mWritten |= forWriting;
-    *address = mView.data();
+    *address = mView.get();
     return OK;
 }
 
@@ -112,15 +123,28 @@ status_t PixelStore::unlock() {
     const std::lock_guard<std::mutex> lock(mViewMutex);
     if (mLocks == 0) return OK;
     const status_t status = mWritten ? upload() : OK;
-    if (--mLocks == 0) mView = {};
+    // What a lock for reading let the client change is not kept.
+    if (!mWritten || status != OK) mViewIsCurrent = false;
+    if (--mLocks == 0) dropView();
     return status;
+}
+
+bool PixelStore::makeView() {
+    // The padding of the rows is never written: zeros, by pages that cost nothing until touched.
+    if (mView == nullptr) mView.reset(static_cast<uint8_t*>(std::calloc(mHeight, bytesPerRow())));
+    return mView != nullptr;
+}
+
+void PixelStore::dropView() {
+    if (mKeepsView) return;
+    mView.reset();
+    mViewIsCurrent = false;
 }
 
 status_t PixelStore::readBack() {
     const Transfer& transfer = mFormat.readBack;
     status_t status = NO_INIT;
-    mView.resize(viewBytes());
-    Rows rows(transfer, mWidth, mHeight, &mView);
+    Rows rows(transfer, mWidth, mHeight, mView.get());
     GlThread::get().run([&](const HostContext&) {
         const Driver& gl = driver();
         clearGlErrors();
@@ -136,7 +160,7 @@ status_t PixelStore::readBack() {
     });
     if (status == OK && transfer.convert != nullptr) {
         for (size_t y = 0; y < mHeight; ++y) {
-            transfer.convert(rows.data + y * rows.rowBytes, mView.data() + y * bytesPerRow(),
+            transfer.convert(rows.data + y * rows.rowBytes, mView.get() + y * bytesPerRow(),
                              mWidth);
         }
     }
@@ -146,10 +170,10 @@ status_t PixelStore::readBack() {
 status_t PixelStore::upload() {
     const Transfer& transfer = mFormat.upload;
     status_t status = NO_INIT;
-    Rows rows(transfer, mWidth, mHeight, &mView);
+    Rows rows(transfer, mWidth, mHeight, mView.get());
     if (transfer.convert != nullptr) {
         for (size_t y = 0; y < mHeight; ++y) {
-            transfer.convert(mView.data() + y * bytesPerRow(), rows.data + y * rows.rowBytes,
+            transfer.convert(mView.get() + y * bytesPerRow(), rows.data + y * rows.rowBytes,
                              mWidth);
         }
     }
@@ -170,7 +194,28 @@ status_t PixelStore::upload() {
     return status;
 }
 
+void PixelStore::noteUse(Use use) {
+    Use known = mUse;
+    while (known != Use::Drawn && !mUse.compare_exchange_weak(known, use)) {
+    }
+}
+
+bool PixelStore::onlyTheCpuWrites() const {
+    const Use use = mUse;
+    return use == Use::None || (use == Use::Sampled && bindsAreSeen);
+}
+
+void PixelStore::bind(GLenum target) {
+    noteUse(target == GL_TEXTURE_EXTERNAL_OES ? Use::Sampled : Use::Drawn);
+}
+
+void PixelStore::expectUnseenBinds() {
+    bindsAreSeen = false;
+}
+
 EGLImageKHR PixelStore::image() {
+    noteUse(Use::Unknown);
+    mViewIsCurrent = false;
     EGLImageKHR image = EGL_NO_IMAGE_KHR;
     GlThread::get().run([&](const HostContext& host) {
         if (mImage == EGL_NO_IMAGE_KHR && driver().eglCreateImageKHR != nullptr) {

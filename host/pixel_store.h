@@ -4,11 +4,12 @@
 
 #include <utils/Errors.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "host/driver.h"
 #include "host/pixel_formats.h"
@@ -19,14 +20,19 @@ struct HostContext;
 
 /// The pixels of one buffer: a texture in the host's context, the driver's image of it, and, while
 /// locked, the CPU's view. Any thread.
+///
+/// A view that is kept between locks saves its pages, and the read-back too for as long as only the
+/// CPU can have written: until an image is handed out, and again once the client has bound that as
+/// an external texture, which GL never writes.
 class PixelStore {
   public:
     /// @param width, height in pixels, not 0.
+    /// @param keepsView whether the view's memory stays between locks.
     /// @param store gets the pixels, all zeros, on success.
     /// @return OK, NO_MEMORY for the size, NO_INIT without a driver, UNKNOWN_ERROR if the driver
     ///     cannot store or draw the format.
     static status_t create(uint32_t width, uint32_t height, const FormatInfo& format,
-                           std::shared_ptr<PixelStore>* store);
+                           bool keepsView, std::shared_ptr<PixelStore>* store);
     ~PixelStore();
     PixelStore(const PixelStore&) = delete;
     PixelStore& operator=(const PixelStore&) = delete;
@@ -44,10 +50,25 @@ class PixelStore {
     /// Owned by this.
     EGLImageKHR image();
 
+    /// A client binds the image to a texture of `target`.
+    void bind(GLenum target);
+    /// From now on clients may bind images in ways that `bind` is not told of.
+    static void expectUnseenBinds();
+
   private:
-    PixelStore(uint32_t width, uint32_t height, const FormatInfo& format);
+    // What clients can do to the pixels. An image that was handed out and never seen bound may have
+    // been used in any way.
+    enum class Use { None, Unknown, Sampled, Drawn };
+    struct Freed {
+        void operator()(uint8_t* bytes) const { std::free(bytes); }
+    };
+
+    PixelStore(uint32_t width, uint32_t height, const FormatInfo& format, bool keepsView);
     status_t allocate(const HostContext& host);
-    size_t viewBytes() const { return size_t{bytesPerRow()} * mHeight; }
+    void noteUse(Use use);
+    bool onlyTheCpuWrites() const;
+    bool makeView();
+    void dropView();
     status_t readBack();
     status_t upload();
 
@@ -55,13 +76,16 @@ class PixelStore {
     const uint32_t mWidth;
     const uint32_t mHeight;
     const uint32_t mStride;
+    const bool mKeepsView;
+    std::atomic<Use> mUse{Use::None};
 
     // Of the GL thread alone.
     GLuint mTexture = 0;
     EGLImageKHR mImage = EGL_NO_IMAGE_KHR;
 
     std::mutex mViewMutex;
-    std::vector<uint8_t> mView;
+    std::unique_ptr<uint8_t[], Freed> mView;
+    std::atomic<bool> mViewIsCurrent{false};  // It holds what the texture holds.
     unsigned mLocks = 0;
     bool mWritten = false;
 };

@@ -175,6 +175,41 @@ TEST(GraphicBufferGLTest, LocksNestAndOnlyWriteLocksKeepChanges) {
     EXPECT_EQ(readPixels(buffer), Bytes({9, 2, 3, 4}));
 }
 
+// Whether the memory of a lock is kept for the next one or not.
+TEST(GraphicBufferGLTest, LocksSeeWhatEitherSideWroteLast) {
+    const GlClient client;
+    const PFNGLEGLIMAGETARGETRENDERBUFFERSTORAGEOESPROC bindRenderbuffer =
+            EntryPoint{"glEGLImageTargetRenderbufferStorageOES"};
+    for (const uint32_t usage :
+         {uint32_t{kAnyUse}, uint32_t{GraphicBuffer::USAGE_SW_WRITE_RARELY}}) {
+        const sp<GraphicBuffer> buffer =
+                new GraphicBuffer(1, 1, PIXEL_FORMAT_RGBA_8888, 1, usage, "test");
+        const sp<GraphicBuffer> sampled = makeBuffer(1, 1);
+        EXPECT_THAT(client.sample(client.import(sampled), 1, 1), Each(0));
+        const EGLImageKHR image = client.import(buffer);
+        for (const auto round : Bytes{51, 102, 153}) {
+            writePixels(buffer, Bytes(4, round));
+            EXPECT_THAT(client.sample(image, 1, 1),
+                        Each(FloatEq(static_cast<float>(round) / 255.0F)));
+            EXPECT_THAT(readPixels(buffer), Each(round));
+            writePixels(buffer, Bytes(4, round));
+            client.fill(image, {1, 1, 1, 1});
+            EXPECT_EQ(client.fence()->waitForever("test"), NO_ERROR);
+            EXPECT_THAT(readPixels(buffer), Each(255));
+        }
+        // Drawn through a bind that the host is not told of.
+        GLuint name = 0;
+        glGenRenderbuffers(1, &name);
+        glBindRenderbuffer(GL_RENDERBUFFER, name);
+        writePixels(sampled, Bytes(4, 51));
+        bindRenderbuffer(GL_RENDERBUFFER, client.import(sampled));
+        glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, name);
+        glClear(GL_COLOR_BUFFER_BIT);
+        EXPECT_THAT(client.sample(client.import(sampled), 1, 1), Each(1));
+        EXPECT_THAT(readPixels(sampled), Each(255));
+    }
+}
+
 // And each buffer's pixels outlive the display's last client, in whichever thread that is.
 TEST(GraphicBufferGLTest, ClientsOnSeveralThreadsDoNotDisturbEachOther) {
     const auto work = [](float value) {

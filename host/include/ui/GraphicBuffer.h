@@ -64,7 +64,9 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// @param inWidth, inHeight in pixels. If either is 0, one pixel stands behind it, and the
     ///     size is reported as asked.
     /// @param inLayerCount 0 and 1 mean one layer; more are not to be had.
-    /// @param inUsage reported by `getUsage`; the host enforces none of it.
+    /// @param inUsage reported by `getUsage`; the host enforces none of it. With
+    /// USAGE_SW_READ_OFTEN
+    ///     or USAGE_SW_WRITE_OFTEN the memory behind `lock` is kept for the next one.
     /// @param requestorName for the log line of a failure.
     GraphicBuffer(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat, uint32_t inLayerCount,
                   uint64_t inUsage, std::string requestorName = "<Unknown>");
@@ -91,7 +93,9 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     ANativeWindowBuffer* getNativeBuffer() const;
 
     /// Shows the pixels to the CPU. Waits for no fence. Each successful lock wants an unlock; locks
-    /// may nest, in any thread, and then share one view.
+    /// may nest, in any thread, and then share one view. Reads the pixels back from the GPU, unless
+    /// the memory was kept, the last lock was for writing, and the GPU has since been given the
+    /// buffer as an external texture only, if at all.
     /// @param inUsage with at least one USAGE_SW_* bit; with no write bit, changes are dropped. A
     ///     lock for writing only still shows the pixels, so what it leaves alone stays as it was.
     /// @param vaddr not null; gets the first row's address, good until the last unlock, or null.
@@ -124,7 +128,7 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     void onFirstRef() override;
 
     status_t allocate(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat,
-                      uint32_t inLayerCount);
+                      uint32_t inLayerCount, uint64_t inUsage);
 
     uint64_t mId;
     status_t mInitCheck = OK;
