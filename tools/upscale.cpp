@@ -78,11 +78,12 @@ Picture scale(Runner& runner, Picture source, float sharpness) {
 }
 
 void run(const Arguments& arguments) {
+    const std::string& input = arguments.inputs.front();
     OutputFile output(arguments.output, arguments.force);
-    const std::unique_ptr<PictureReader> reader = openPicture(arguments.input);
+    const std::unique_ptr<PictureReader> reader = openPicture(input);
     const Size from = {reader->width(), reader->height()};
-    const Size to = arguments.outputSize(from.width, from.height);
-    const Format format = arguments.encoding.format;
+    const Size to = arguments.outputSize(input, from);
+    const Format format = *arguments.format;
     if (std::max(to.width, to.height) > largestSide(format)) {
         throw Failure(Exit::Failed, arguments.output,
                       inPixels(to) + " is too large: " + nameOf(format) + " takes " +
@@ -91,7 +92,7 @@ void run(const Arguments& arguments) {
 
     LibraryLog log(arguments.verbose);
     Runner runner(*arguments.operation, log);
-    checkSide(arguments.input, from, runner);
+    checkSide(input, from, runner);
     checkSide(arguments.output, to, runner);
 
     const Frame frame = frameFor(arguments, from, to, runner);
@@ -104,8 +105,7 @@ void run(const Arguments& arguments) {
                       "can");
     }
     if (reader->depth() > 8) {
-        warn(arguments.input + ": " + std::to_string(reader->depth()) +
-             " bits a channel are reduced to 8");
+        warn(input + ": " + std::to_string(reader->depth()) + " bits a channel are reduced to 8");
     }
     const double readTime = watch.lap();
     runner.allocate(frame.from.width, frame.from.height, frame.to.width, frame.to.height);
@@ -113,7 +113,7 @@ void run(const Arguments& arguments) {
     const Picture result = cropped(scale(runner, std::move(source), arguments.sharpness),
                                    frame.x.destination, frame.y.destination);
     watch.lap();
-    writePicture(result, arguments.encoding, output.open(), arguments.output);
+    writePicture(result, {format, arguments.quality}, output.open(), arguments.output);
     output.commit();
     if (!arguments.verbose) return;
 
@@ -144,8 +144,12 @@ int main(int argc, char** argv) {
     using upscale::Exit;
     try {
         const std::optional<upscale::Arguments> arguments = upscale::parseArguments(argc, argv);
-        if (arguments && arguments->check)
+        if (arguments && arguments->task == upscale::kCheck)
             return static_cast<int>(upscale::check(arguments->verbose));
+        if (arguments && arguments->task == upscale::kVideo)
+            throw upscale::Failure(Exit::Usage, "wrong usage", "video is not built in yet");
+        if (arguments && (arguments->task != upscale::kPictures || arguments->intoFolder))
+            throw upscale::Failure(Exit::Usage, "wrong usage", "this is not built in yet");
         if (arguments) upscale::run(*arguments);
         return static_cast<int>(Exit::Done);
     } catch (const upscale::Failure& failure) {
