@@ -4,10 +4,12 @@
 
 #include <upscaler/upscaler.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
 
+#include "gpu_buffer.h"
 #include "library_log.h"
 #include "operations.h"
 #include "picture.h"
@@ -48,19 +50,36 @@ class Runner {
 
     const Times& times() const { return mTimes; }
 
+    // The same by steps, for callers with buffers of their own. A destination that was marked
+    // can be asked, once the work on it is finished, whether the driver did any.
+
+    /// Makes the buffers known to the library; see the class comment of `Upscaler`. Marks the
+    /// destination.
+    void import(android::sp<android::GraphicBuffer>& source,
+                android::sp<android::GraphicBuffer>& destination);
+    /// Starts the operation. @return a valid fence.
+    android::sp<android::Fence> start(android::sp<android::GraphicBuffer>& source,
+                                      android::sp<android::GraphicBuffer>& destination,
+                                      float sharpness);
+    /// Waits until the work is done. Any thread.
+    void finish(android::Fence& fence);
+    static void markUnwritten(android::GraphicBuffer& destination);
+    static void requireWritten(const android::GraphicBuffer& destination, const BufferView& view);
+
   private:
     /// The order of teardown that the library asks for.
     struct Teardown {
         void operator()(android::Upscaler* upscaler) const;
     };
 
-    void waitFor(android::Fence& fence);
+    android::sp<android::Fence> checked(const android::sp<android::Fence>& fence) const;
 
     const Operation& mOperation;
     LibraryLog& mLog;
     std::unique_ptr<android::Upscaler, Teardown> mUpscaler;
     std::string mDriver;
     std::uint32_t mLargestSide = 0;
+    std::atomic<bool> mStuck{false};  // A wait for the GPU failed.
     android::sp<android::GraphicBuffer> mSource;
     android::sp<android::GraphicBuffer> mDestination;
     Times mTimes;

@@ -18,55 +18,12 @@
 #include "library_log.h"
 #include "output_file.h"
 #include "picture_file.h"
+#include "placement.h"
 #include "runner.h"
 #include "stopwatch.h"
 
 namespace upscale {
 namespace {
-
-bool fits(Size size, const Runner& runner) {
-    return std::max(size.width, size.height) <= runner.largestSide();
-}
-
-std::string inPixels(Size size) {
-    return std::to_string(size.width) + "x" + std::to_string(size.height);
-}
-
-void warn(const std::string& message) {
-    std::fprintf(stderr, "upscale: warning: %s\n", message.c_str());
-}
-
-void checkSide(const std::string& name, Size size, const Runner& runner) {
-    if (fits(size, runner)) return;
-    throw Failure(Exit::Failed, name,
-                  inPixels(size) + " is too large: the driver takes " +
-                          std::to_string(runner.largestSide()) + " pixels a side");
-}
-
-// The paddings of a picture's two directions, and the sizes with them.
-struct Frame {
-    Padding x, y;
-    Size from, to;
-
-    Frame(Size source, Size destination) : from(source), to(destination) {}
-
-    void pad() {
-        x = paddingFor(from.width, to.width);
-        y = paddingFor(from.height, to.height);
-        from = {from.width + 2 * x.source, from.height + 2 * y.source};
-        to = {to.width + 2 * x.destination, to.height + 2 * y.destination};
-    }
-};
-
-Frame frameFor(const Arguments& arguments, Size from, Size to, const Runner& runner) {
-    Frame frame(from, to);
-    if (arguments.border == Border::Raw) return frame;
-    frame.pad();
-    if (fits(frame.from, runner) && fits(frame.to, runner)) return frame;
-    warn("no room for a border: padded, " + inPixels(frame.from) + " to " + inPixels(frame.to) +
-         " is too large for the driver; going on with --border raw");
-    return Frame(from, to);
-}
 
 Picture scale(Runner& runner, Picture source, float sharpness) {
     if (!hasTransparency(source)) return runner.run(source, sharpness);
