@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "frame_format.h"
 #include "operations.h"
 #include "options.h"
 #include "picture_file.h"
@@ -27,10 +28,6 @@ struct Crop {
 
 /// What the operations see beyond the picture's edge.
 enum class Border { Pad, Raw };
-
-/// How the colours of video are coded.
-enum class Matrix { Bt601, Bt709, Bt2020 };
-enum class Range { Limited, Full };
 
 /// What the command line asks for.
 struct Arguments {

@@ -21,6 +21,7 @@
 #include "placement.h"
 #include "runner.h"
 #include "stopwatch.h"
+#include "video.h"
 
 namespace upscale {
 namespace {
@@ -103,8 +104,10 @@ int main(int argc, char** argv) {
         const std::optional<upscale::Arguments> arguments = upscale::parseArguments(argc, argv);
         if (arguments && arguments->task == upscale::kCheck)
             return static_cast<int>(upscale::check(arguments->verbose));
-        if (arguments && arguments->task == upscale::kVideo)
-            throw upscale::Failure(Exit::Usage, "wrong usage", "video is not built in yet");
+        if (arguments && arguments->task == upscale::kVideo) {
+            upscale::scaleVideo(*arguments);
+            return static_cast<int>(Exit::Done);
+        }
         if (arguments && (arguments->task != upscale::kPictures || arguments->intoFolder))
             throw upscale::Failure(Exit::Usage, "wrong usage", "this is not built in yet");
         if (arguments) upscale::run(*arguments);
