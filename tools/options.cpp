@@ -107,12 +107,17 @@ const std::vector<OptionGroup>& optionGroups() {
      Complete::Nothing, "", kSheets},
 }},
 {"Video", {
-    {"--raw", "WxH", "The input is frames of this size in raw RGBA",
-     "", Complete::Nothing, "", kVideo},
-    {"--matrix", "bt601|bt709|bt2020", "How the colours of Y4M are coded",
-     "Else bt709 from 720 lines up, and bt601 below.",
+    {"--raw", "WxH", "Read and write raw RGBA frames, the input's of this size, instead of Y4M",
+     "Four bytes a pixel and no headers (ffmpeg: `-f rawvideo -pix_fmt rgba`). The output is "
+     "opaque; a warning tells if the input was not.", Complete::Nothing, "", kVideo},
+    {"--matrix", "bt601|bt709|bt2020", "How the colours of Y4M are coded, which it does not tell",
+     "Else bt709 from 720 lines up, and bt601 below. The output has the matrix of the input, "
+     "whatever its own size.",
      Complete::Words, "bt601 bt709 bt2020", kVideo},
-    {"--range", "limited|full", "The range of the values of Y4M", "",
+    {"--range", "limited|full",
+     "Whether the values of Y4M go from 16 to 235 or from 0 to 255, whatever it tells",
+     "Else what its tag XCOLORRANGE tells, else limited, and full for grey. The output has the "
+     "same.",
      Complete::Words, "limited full", kVideo},
 }},
 {"Reports", {
@@ -171,6 +176,20 @@ const std::vector<Section> kSections = {
          "\n"
          "If standard error is a terminal, a line there shows how far the work is, the rate and "
          "the time left."},
+        {"VIDEO",
+         "With - as *IN* or *OUT* (standard input or output), with a Y4M file, or with --raw, the "
+         "frames of a video are scaled one after the other. Y4M is taken in 8 bits as 4:2:0 (with "
+         "each siting of chroma), 4:2:2, 4:4:4 and grey, and written in the same form with all its "
+         "tags. If --size does not scale both sides alike, the pixel aspect is adjusted so that "
+         "the picture keeps its shape on the screen. Interlaced video is refused.\n"
+         "\n"
+         "The operations work on RGB: what limited values have beyond black and white is cut "
+         "off.\n"
+         "\n"
+         "If the input is cut short, the whole frames before have been written to standard output, "
+         "and the exit status is 1; a file appears whole or not at all here too. If the reader of "
+         "standard output is gone, SIGPIPE ends the command without a word, as it ends other "
+         "filters: shells show that as status 141. It is not 0, since not all was written."},
 };
 
 const std::vector<Term> kExitCodes = {
@@ -178,6 +197,7 @@ const std::vector<Term> kExitCodes = {
         {"1", "An input, an output or the work on it failed; of many pictures, at least one."},
         {"2", "Wrong usage."},
         {"3", "No usable EGL and OpenGL ES 3 driver, or one that --check does not trust."},
+        {"141", "As shells show it: the reader of standard output was gone before the end."},
 };
 
 const std::vector<Term> kVariables = {

@@ -85,17 +85,17 @@ void scaleVideo(const Arguments& arguments) {
     const Size size = {from.width, from.height};
     const Size scaled = arguments.outputSize(source.name(), size);
 
+    const std::string output = file ? arguments.output : "standard output";
     LibraryLog log(arguments.verbose);
     Runner runner(*arguments.operation, log);
     checkSide(source.name(), size, runner);
-    checkSide(arguments.output, scaled, runner);
+    checkSide(output, scaled, runner);
     const Frame frame = frameFor(arguments, size, scaled, runner);
     FrameFormat to = from;
     to.width = scaled.width;
     to.height = scaled.height;
 
-    ByteSink sink(file ? arguments.output : "standard output",
-                  file ? fileno(file->open()) : STDOUT_FILENO);
+    ByteSink sink(output, file ? fileno(file->open()) : STDOUT_FILENO);
     if (!reader->isRaw()) {
         const std::string header =
                 scaledY4mHeader(reader->header(), to.width, to.height, arguments.range);
