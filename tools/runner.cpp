@@ -23,14 +23,15 @@ constexpr char kDriver[] = "the driver";
 constexpr int kFenceTimeoutMs = 300'000;
 // No operation writes this alpha, so a pixel that still has it was not written.
 constexpr std::uint8_t kUnwritten = 0;
+// Of the pairs of buffers that one `Upscaler` gets to see. A pair alone may be larger.
+constexpr std::size_t kMostBuffers = 8;
+constexpr std::uint64_t kMostPixels = 64u << 20;
 
-sp<GraphicBuffer> makeBuffer(std::uint32_t width, std::uint32_t height, std::uint64_t usage) {
-    sp<GraphicBuffer> buffer =
-            new GraphicBuffer(width, height, android::PIXEL_FORMAT_RGBA_8888, 1, usage, "upscale");
+sp<GraphicBuffer> makeBuffer(Size size, std::uint64_t usage) {
+    sp<GraphicBuffer> buffer = new GraphicBuffer(
+            size.width, size.height, android::PIXEL_FORMAT_RGBA_8888, 1, usage, "upscale");
     if (buffer->initCheck() != android::NO_ERROR) {
-        throw Failure(Exit::Failed, kDriver,
-                      "no memory for a buffer of " + std::to_string(width) + "x" +
-                              std::to_string(height));
+        throw Failure(Exit::Failed, kDriver, "no memory for a buffer of " + inPixels(size));
     }
     return buffer;
 }
@@ -66,6 +67,15 @@ void Runner::Teardown::operator()(Upscaler* upscaler) const {
 }
 
 Runner::Runner(const Operation& operation, LibraryLog& log) : mOperation(operation), mLog(log) {
+    start();
+}
+
+Runner::~Runner() = default;
+
+void Runner::start() {
+    mBuffers.clear();
+    mUpscaler.reset();
+    mFailed = false;
     try {
         mUpscaler.reset(new Upscaler);
     } catch (const std::logic_error&) {
@@ -84,34 +94,46 @@ Runner::Runner(const Operation& operation, LibraryLog& log) : mOperation(operati
     mLargestSide = static_cast<std::uint32_t>(side);
 }
 
-Runner::~Runner() = default;
-
-void Runner::allocate(std::uint32_t sourceWidth, std::uint32_t sourceHeight, std::uint32_t width,
-                      std::uint32_t height) {
-    mSource = makeBuffer(sourceWidth, sourceHeight,
-                         GraphicBuffer::USAGE_SW_WRITE_OFTEN | GraphicBuffer::USAGE_HW_TEXTURE);
-    mDestination =
-            makeBuffer(width, height,
-                       GraphicBuffer::USAGE_SW_READ_OFTEN | GraphicBuffer::USAGE_SW_WRITE_OFTEN |
-                               GraphicBuffer::USAGE_HW_RENDER);
+Runner::Buffers& Runner::buffersFor(Size from, Size to) {
+    std::uint64_t pixels = from.pixels() + to.pixels();
+    for (Buffers& buffers : mBuffers) {
+        if (buffers.from == from && buffers.to == to) return buffers;
+        pixels += buffers.pixels();
+    }
+    if (!mBuffers.empty() && (mBuffers.size() >= kMostBuffers || pixels > kMostPixels)) start();
+    return mBuffers.emplace_back(Buffers{
+            from, to,
+            makeBuffer(from, GraphicBuffer::USAGE_SW_WRITE_OFTEN | GraphicBuffer::USAGE_HW_TEXTURE),
+            makeBuffer(to, GraphicBuffer::USAGE_SW_READ_OFTEN |
+                                   GraphicBuffer::USAGE_SW_WRITE_OFTEN |
+                                   GraphicBuffer::USAGE_HW_RENDER)});
 }
 
-Picture Runner::run(const Picture& source, float sharpness) {
-    Stopwatch watch;
-    const std::size_t sourceBytes = source.rowBytes();
-    forRows(*mSource, GraphicBuffer::USAGE_SW_WRITE_OFTEN, [&](std::size_t y, std::uint8_t* row) {
-        std::copy_n(source.row(y), sourceBytes, row);
-    });
-    Picture result(mDestination->getWidth(), mDestination->getHeight());
+Picture Runner::run(const Picture& source, Size size, float sharpness) {
+    if (mFailed) start();
+    mFailed = true;
+    Picture result(size.width, size.height);
     result.grey = source.grey;
     result.tags = source.tags;
+    runOn(buffersFor({source.width, source.height}, size), source, result, sharpness);
+    mFailed = false;
+    return result;
+}
+
+void Runner::runOn(Buffers& buffers, const Picture& source, Picture& result, float sharpness) {
+    Stopwatch watch;
+    const std::size_t sourceBytes = source.rowBytes();
+    forRows(*buffers.source, GraphicBuffer::USAGE_SW_WRITE_OFTEN,
+            [&](std::size_t y, std::uint8_t* row) {
+                std::copy_n(source.row(y), sourceBytes, row);
+            });
     const std::size_t bytes = result.rowBytes();
-    forRows(*mDestination, GraphicBuffer::USAGE_SW_WRITE_OFTEN,
+    forRows(*buffers.destination, GraphicBuffer::USAGE_SW_WRITE_OFTEN,
             [&](std::size_t, std::uint8_t* row) { std::fill_n(row, bytes, kUnwritten); });
     mTimes.upload += watch.lap();
 
     sp<Fence> fence;
-    (mUpscaler.get()->*mOperation.method)(mSource, mDestination, sharpness, &fence);
+    (mUpscaler.get()->*mOperation.method)(buffers.source, buffers.destination, sharpness, &fence);
     mTimes.call += watch.lap();
     if (fence == nullptr || !fence->isValid()) {
         const std::string error = mLog.takeError();
@@ -122,7 +144,7 @@ Picture Runner::run(const Picture& source, float sharpness) {
     const std::string error = mLog.takeError();
     if (!error.empty()) throw Failure(Exit::Failed, kDriver, error);
 
-    forRows(*mDestination, GraphicBuffer::USAGE_SW_READ_OFTEN,
+    forRows(*buffers.destination, GraphicBuffer::USAGE_SW_READ_OFTEN,
             [&](std::size_t y, const std::uint8_t* row) {
                 std::copy_n(row, bytes, result.row(y));
             });
@@ -132,21 +154,20 @@ Picture Runner::run(const Picture& source, float sharpness) {
         }
     }
     mTimes.download += watch.lap();
-    return result;
 }
 
 void Runner::waitFor(Fence& fence) {
     const android::status_t status = fence.wait(kFenceTimeoutMs);
     if (status == android::NO_ERROR) return;
-    // Teardown would wait for the same work: leave everything to the end of the process.
-    static_cast<void>(mUpscaler.release());
-    static_cast<void>(new sp<GraphicBuffer>(mSource));
-    static_cast<void>(new sp<GraphicBuffer>(mDestination));
+    // Teardown would wait for the same work: keep everything to the end of the process.
+    static auto& kept = *new std::vector<std::pair<Upscaler*, std::vector<Buffers>>>;
+    kept.emplace_back(mUpscaler.release(), std::move(mBuffers));
     if (status == -ETIME) {
-        throw Failure(Exit::Failed, kDriver,
-                      "no result after " + std::to_string(kFenceTimeoutMs / 1000) + " seconds");
+        throw DriverLost(Exit::Failed, kDriver,
+                         "no result after " + std::to_string(kFenceTimeoutMs / 1000) + " seconds");
     }
-    throw Failure(Exit::Failed, kDriver, std::string("waiting failed: ") + std::strerror(-status));
+    throw DriverLost(Exit::Failed, kDriver,
+                     std::string("waiting failed: ") + std::strerror(-status));
 }
 
 }  // namespace upscale
