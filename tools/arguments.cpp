@@ -206,12 +206,6 @@ auto oneOf(const char* what, std::vector<std::pair<const char*, Value>> words) {
     };
 }
 
-std::string extensionOf(const std::string& path) {
-    const std::string file = path.substr(path.rfind('/') + 1);
-    const std::size_t dot = file.rfind('.');
-    return dot == std::string::npos ? "" : file.substr(dot + 1);
-}
-
 Format parseFormat(const std::string& option, const std::string& text) {
     if (const auto named = formatNamed(text)) return *named;
     usage(option, "'" + text + "' is no format; there are " + kFormats);

@@ -11,13 +11,9 @@
 #include "operations.h"
 #include "options.h"
 #include "picture_file.h"
+#include "size.h"
 
 namespace upscale {
-
-struct Size {
-    std::uint32_t width;
-    std::uint32_t height;
-};
 
 /// A part of a picture, in pixels.
 struct Crop {

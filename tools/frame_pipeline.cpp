@@ -70,14 +70,11 @@ Pipeline::Pipeline(Runner& runner, const FrameWork& work)
     : mRunner(runner),
       mWork(work),
       mFrom(work.from),
-      mDecoder(mFrom, work.x.source, work.y.source),
+      mDecoder(mFrom, work.frame.x.source, work.frame.y.source),
       mEncoder(work.to) {
     for (std::size_t i = 0; i < kBuffers; ++i) {
-        Source source = {
-                sourceBuffer(mFrom.width + 2 * work.x.source, mFrom.height + 2 * work.y.source),
-                ""};
-        Destination destination = {destinationBuffer(work.to.width + 2 * work.x.destination,
-                                                     work.to.height + 2 * work.y.destination)};
+        Source source = {sourceBuffer(work.frame.from), ""};
+        Destination destination = {destinationBuffer(work.frame.to)};
         mRunner.import(source.buffer, destination.buffer);
         mFreeSources.put(std::move(source));
         mFreeDestinations.put(std::move(destination));
@@ -113,7 +110,7 @@ void Pipeline::drawFrames() {
         std::optional<Destination> destination = mFreeDestinations.take();
         if (!destination) return;
         mTimes.starved += watch.lap();
-        sp<Fence> fence = mRunner.start(source->buffer, destination->buffer, mWork.sharpness);
+        sp<Fence> fence = mRunner.draw(source->buffer, destination->buffer, mWork.sharpness);
         mDrawn.put({std::move(*source), std::move(*destination), std::move(fence)});
         mTimes.call += watch.lap();
     }
@@ -122,8 +119,8 @@ void Pipeline::drawFrames() {
 void Pipeline::writeFrames() {
     const std::size_t bytes = mWork.to.bytes();
     const FrameMemory frame(bytes);
-    const std::uint32_t left = mWork.x.destination;
-    const std::uint32_t above = mWork.y.destination;
+    const std::uint32_t left = mWork.frame.x.destination;
+    const std::uint32_t above = mWork.frame.y.destination;
     Stopwatch watch;
     while (std::optional<Drawn> drawn = mDrawn.take()) {
         watch.lap();

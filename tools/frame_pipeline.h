@@ -7,9 +7,8 @@
 #include <cstdint>
 #include <functional>
 
-#include "border.h"
 #include "frame_stream.h"
-#include "runner.h"
+#include "scaler.h"
 
 namespace upscale {
 
@@ -19,7 +18,7 @@ struct FrameWork {
     ByteSink& sink;
     FrameFormat from;  ///< The reader's frames.
     FrameFormat to;    ///< Those to write: the same but for their size.
-    Padding x, y;      ///< Around both.
+    Frame frame;       ///< Of their sizes.
     float sharpness;
     std::function<void()> cancelReading;                 ///< Called on any thread.
     std::function<void(std::uint64_t frames)> progress;  ///< After each frame, on one thread.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "gpu_buffer.h"
 
-#include <string>
 #include <utility>
 
 #include "failure.h"
@@ -12,28 +11,25 @@ namespace {
 using android::GraphicBuffer;
 using android::sp;
 
-sp<GraphicBuffer> makeBuffer(std::uint32_t width, std::uint32_t height, std::uint64_t usage) {
-    sp<GraphicBuffer> buffer =
-            new GraphicBuffer(width, height, android::PIXEL_FORMAT_RGBA_8888, 1, usage, "upscale");
+sp<GraphicBuffer> makeBuffer(Size size, std::uint64_t usage) {
+    sp<GraphicBuffer> buffer = new GraphicBuffer(
+            size.width, size.height, android::PIXEL_FORMAT_RGBA_8888, 1, usage, "upscale");
     if (buffer->initCheck() != android::NO_ERROR) {
-        throw Failure(Exit::Failed, kDriver,
-                      "no memory for a buffer of " + std::to_string(width) + "x" +
-                              std::to_string(height));
+        throw Failure(Exit::Failed, kDriver, "no memory for a buffer of " + inPixels(size));
     }
     return buffer;
 }
 
 }  // namespace
 
-sp<GraphicBuffer> sourceBuffer(std::uint32_t width, std::uint32_t height) {
-    return makeBuffer(width, height,
-                      GraphicBuffer::USAGE_SW_WRITE_OFTEN | GraphicBuffer::USAGE_HW_TEXTURE);
+sp<GraphicBuffer> sourceBuffer(Size size) {
+    return makeBuffer(size, GraphicBuffer::USAGE_SW_WRITE_OFTEN | GraphicBuffer::USAGE_HW_TEXTURE);
 }
 
-sp<GraphicBuffer> destinationBuffer(std::uint32_t width, std::uint32_t height) {
-    return makeBuffer(width, height,
-                      GraphicBuffer::USAGE_SW_READ_OFTEN | GraphicBuffer::USAGE_SW_WRITE_OFTEN |
-                              GraphicBuffer::USAGE_HW_RENDER);
+sp<GraphicBuffer> destinationBuffer(Size size) {
+    return makeBuffer(size, GraphicBuffer::USAGE_SW_READ_OFTEN |
+                                    GraphicBuffer::USAGE_SW_WRITE_OFTEN |
+                                    GraphicBuffer::USAGE_HW_RENDER);
 }
 
 BufferView::BufferView(GraphicBuffer& buffer, Access access) : mBuffer(&buffer) {

@@ -10,14 +10,16 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "size.h"
+
 namespace upscale {
 
 /// What failures of the driver are told of.
 constexpr char kDriver[] = "the driver";
 
-/// RGBA buffers of a size in pixels, all zeros.
-android::sp<android::GraphicBuffer> sourceBuffer(std::uint32_t width, std::uint32_t height);
-android::sp<android::GraphicBuffer> destinationBuffer(std::uint32_t width, std::uint32_t height);
+/// RGBA buffers, all zeros.
+android::sp<android::GraphicBuffer> sourceBuffer(Size size);
+android::sp<android::GraphicBuffer> destinationBuffer(Size size);
 
 /// The CPU's view of a buffer, while it lives.
 class BufferView {

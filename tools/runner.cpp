@@ -22,6 +22,9 @@ constexpr char kProperty[] = "debug.vardi.display.ups.enable";
 constexpr int kFenceTimeoutMs = 300'000;
 // No operation writes this alpha, so a pixel that still has it was not written.
 constexpr std::uint8_t kUnwritten = 0;
+// Of the pairs of buffers that one `Upscaler` gets to see. A pair alone may be larger.
+constexpr std::size_t kMostBuffers = 8;
+constexpr std::uint64_t kMostPixels = 64u << 20;
 
 std::string glString(GLenum name) {
     const auto* text = reinterpret_cast<const char*>(glGetString(name));
@@ -37,6 +40,27 @@ void Runner::Teardown::operator()(Upscaler* upscaler) const {
 }
 
 Runner::Runner(const Operation& operation, LibraryLog& log) : mOperation(operation), mLog(log) {
+    start();
+}
+
+Runner::~Runner() {
+    discard();
+}
+
+void Runner::discard() {
+    if (mStuck) {
+        // Teardown would wait for the same work: keep everything to the end of the process.
+        static auto& kept = *new std::vector<std::pair<Upscaler*, std::vector<Buffers>>>;
+        kept.emplace_back(mUpscaler.release(), std::move(mBuffers));
+    }
+    mBuffers.clear();
+    mUpscaler.reset();
+    mStuck = false;
+}
+
+void Runner::start() {
+    discard();
+    mFailed = false;
     try {
         mUpscaler.reset(new Upscaler);
     } catch (const std::logic_error&) {
@@ -55,41 +79,46 @@ Runner::Runner(const Operation& operation, LibraryLog& log) : mOperation(operati
     mLargestSide = static_cast<std::uint32_t>(side);
 }
 
-Runner::~Runner() {
-    // Teardown would wait for the same work: leave everything to the end of the process. The images
-    // hold the buffers.
-    if (mStuck) static_cast<void>(mUpscaler.release());
+Runner::Buffers& Runner::buffersFor(Size from, Size to) {
+    std::uint64_t pixels = from.pixels() + to.pixels();
+    for (Buffers& buffers : mBuffers) {
+        if (buffers.from == from && buffers.to == to) return buffers;
+        pixels += buffers.pixels();
+    }
+    if (!mBuffers.empty() && (mBuffers.size() >= kMostBuffers || pixels > kMostPixels)) start();
+    return mBuffers.emplace_back(Buffers{from, to, sourceBuffer(from), destinationBuffer(to)});
 }
 
-void Runner::allocate(std::uint32_t sourceWidth, std::uint32_t sourceHeight, std::uint32_t width,
-                      std::uint32_t height) {
-    mSource = sourceBuffer(sourceWidth, sourceHeight);
-    mDestination = destinationBuffer(width, height);
+Picture Runner::run(const Picture& source, Size size, float sharpness) {
+    if (mFailed) start();
+    mFailed = true;
+    Picture result(size.width, size.height);
+    result.grey = source.grey;
+    result.tags = source.tags;
+    runOn(buffersFor({source.width, source.height}, size), source, result, sharpness);
+    mFailed = false;
+    return result;
 }
 
-Picture Runner::run(const Picture& source, float sharpness) {
+void Runner::runOn(Buffers& buffers, const Picture& source, Picture& result, float sharpness) {
     Stopwatch watch;
-    BufferView from(*mSource, BufferView::Write);
+    BufferView from(*buffers.source, BufferView::Write);
     for (std::size_t y = 0; y < source.height; ++y)
         std::copy_n(source.row(y), source.rowBytes(), from.row(y));
     from.end();
-    markUnwritten(*mDestination);
+    markUnwritten(*buffers.destination);
     mTimes.upload += watch.lap();
 
-    const sp<Fence> fence = start(mSource, mDestination, sharpness);
+    const sp<Fence> fence = draw(buffers.source, buffers.destination, sharpness);
     mTimes.call += watch.lap();
     finish(*fence);
     mTimes.gpu += watch.lap();
 
-    Picture result(mDestination->getWidth(), mDestination->getHeight());
-    result.grey = source.grey;
-    result.tags = source.tags;
-    const BufferView to(*mDestination, BufferView::Read);
+    const BufferView to(*buffers.destination, BufferView::Read);
     for (std::size_t y = 0; y < result.height; ++y)
         std::copy_n(to.row(y), result.rowBytes(), result.row(y));
-    requireWritten(*mDestination, to);
+    requireWritten(*buffers.destination, to);
     mTimes.download += watch.lap();
-    return result;
 }
 
 void Runner::import(sp<GraphicBuffer>& source, sp<GraphicBuffer>& destination) {
@@ -99,8 +128,7 @@ void Runner::import(sp<GraphicBuffer>& source, sp<GraphicBuffer>& destination) {
     markUnwritten(*destination);
 }
 
-sp<Fence> Runner::start(sp<GraphicBuffer>& source, sp<GraphicBuffer>& destination,
-                        float sharpness) {
+sp<Fence> Runner::draw(sp<GraphicBuffer>& source, sp<GraphicBuffer>& destination, float sharpness) {
     sp<Fence> fence;
     (mUpscaler.get()->*mOperation.method)(source, destination, sharpness, &fence);
     return checked(fence);
@@ -119,10 +147,11 @@ void Runner::finish(Fence& fence) {
     if (status == android::NO_ERROR) return;
     mStuck = true;
     if (status == -ETIME) {
-        throw Failure(Exit::Failed, kDriver,
-                      "no result after " + std::to_string(kFenceTimeoutMs / 1000) + " seconds");
+        throw DriverLost(Exit::Failed, kDriver,
+                         "no result after " + std::to_string(kFenceTimeoutMs / 1000) + " seconds");
     }
-    throw Failure(Exit::Failed, kDriver, std::string("waiting failed: ") + std::strerror(-status));
+    throw DriverLost(Exit::Failed, kDriver,
+                     std::string("waiting failed: ") + std::strerror(-status));
 }
 
 void Runner::markUnwritten(GraphicBuffer& destination) {

@@ -13,8 +13,7 @@
 #include "frame_pipeline.h"
 #include "library_log.h"
 #include "output_file.h"
-#include "placement.h"
-#include "progress.h"
+#include "scaler.h"
 #include "stopwatch.h"
 
 namespace upscale {
@@ -51,26 +50,28 @@ std::optional<std::uint64_t> frameCount(const FileSource& source, const FrameRea
     return source.size() / (reader.header().format.bytes() + header);
 }
 
-void report(const Arguments& arguments, const Runner& runner, const Frame& frame,
-            const FrameTimes& times, double milliseconds) {
+void tell(const Arguments& arguments, const std::string& driver, const Frame& frame,
+          const FrameTimes& times, double milliseconds, Report& report) {
     const auto frames = static_cast<double>(std::max<std::uint64_t>(times.frames, 1));
-    std::fprintf(stderr,
-                 "upscale: driver: %s\n"
-                 "upscale: %s, sharpness %g: %s to %s with the border; %llu frames, %.1f a second\n"
-                 "upscale: ms a frame, side by side: read %.1f, convert %.1f, upload %.1f | "
-                 "starved %.1f, call %.1f | GPU %.1f, download %.1f, convert %.1f, write %.1f\n",
-                 runner.driver().c_str(), arguments.operation->name,
-                 static_cast<double>(arguments.sharpness), inPixels(frame.from).c_str(),
-                 inPixels(frame.to).c_str(), static_cast<unsigned long long>(times.frames),
-                 frames * 1000 / milliseconds, times.read / frames, times.decode / frames,
-                 times.upload / frames, times.starved / frames, times.call / frames,
-                 times.gpu / frames, times.download / frames, times.encode / frames,
-                 times.write / frames);
+    char line[256];
+    report.note("driver: " + driver);
+    std::snprintf(line, sizeof(line), "%s, sharpness %g: %llu frames, %.1f a second",
+                  arguments.operation->name, static_cast<double>(arguments.sharpness),
+                  static_cast<unsigned long long>(times.frames), frames * 1000 / milliseconds);
+    report.note(std::string(line) + "; with the border, " + inPixels(frame.from) + " to " +
+                inPixels(frame.to));
+    std::snprintf(line, sizeof(line),
+                  "ms a frame, side by side: read %.1f, convert %.1f, upload %.1f | starved %.1f, "
+                  "call %.1f | GPU %.1f, download %.1f, convert %.1f, write %.1f",
+                  times.read / frames, times.decode / frames, times.upload / frames,
+                  times.starved / frames, times.call / frames, times.gpu / frames,
+                  times.download / frames, times.encode / frames, times.write / frames);
+    report.note(line);
 }
 
 }  // namespace
 
-void scaleVideo(const Arguments& arguments) {
+void scaleVideo(const Arguments& arguments, Report& report) {
     checkUsage(arguments);
     std::optional<OutputFile> file;
     if (arguments.output != "-") file.emplace(arguments.output, arguments.force);
@@ -84,16 +85,16 @@ void scaleVideo(const Arguments& arguments) {
     const FrameFormat from = formatOf(arguments, *reader);
     const Size size = {from.width, from.height};
     const Size scaled = arguments.outputSize(source.name(), size);
-
-    const std::string output = file ? arguments.output : "standard output";
-    LibraryLog log(arguments.verbose);
-    Runner runner(*arguments.operation, log);
-    checkSide(source.name(), size, runner);
-    checkSide(output, scaled, runner);
-    const Frame frame = frameFor(arguments, size, scaled, runner);
     FrameFormat to = from;
     to.width = scaled.width;
     to.height = scaled.height;
+
+    const std::string output = file ? arguments.output : "standard output";
+    LibraryLog log(arguments.verbose);
+    Scaler scaler(*arguments.operation, arguments.border, log, report);
+    scaler.expectFits(source.name(), size);
+    scaler.expectFits(output, scaled);
+    const Frame frame = scaler.frameFor(size, scaled);
 
     ByteSink sink(output, file ? fileno(file->open()) : STDOUT_FILENO);
     if (!reader->isRaw()) {
@@ -101,18 +102,17 @@ void scaleVideo(const Arguments& arguments) {
                 scaledY4mHeader(reader->header(), to.width, to.height, arguments.range);
         sink.write(header.data(), header.size());
     }
-    Progress progress("frames", frameCount(source, *reader),
-                      !arguments.quiet && !arguments.verbose);
+    report.startProgress("frames", frameCount(source, *reader));
     Stopwatch watch;
     const FrameTimes times =
-            workFrames(runner, {*reader, sink, from, to, frame.x, frame.y, arguments.sharpness,
-                                [&] { source.cancel(); },
-                                [&](std::uint64_t frames) { progress.update(frames); }});
-    progress.hide();
+            workFrames(scaler.runner(), {*reader, sink, from, to, frame, arguments.sharpness,
+                                         [&] { source.cancel(); },
+                                         [&](std::uint64_t frames) { report.progress(frames); }});
+    report.endProgress();
     if (file) file->commit();
-    if (times.alphaLost && !arguments.quiet)
-        warn(source.name() + ": frames are transparent in parts, which no result is");
-    if (arguments.verbose) report(arguments, runner, frame, times, watch.lap());
+    if (times.alphaLost)
+        report.warning(source.name() + ": frames are transparent in parts, which no result is");
+    if (report.verbose()) tell(arguments, scaler.driver(), frame, times, watch.lap(), report);
 }
 
 }  // namespace upscale

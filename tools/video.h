@@ -3,12 +3,13 @@
 #define UPSCALER_TOOLS_VIDEO_H
 
 #include "arguments.h"
+#include "report.h"
 
 namespace upscale {
 
 /// Scales the frames of a Y4M or raw stream. Throws `Failure`. See `ByteSink::write` for a reader
 /// that is gone.
-void scaleVideo(const Arguments& arguments);
+void scaleVideo(const Arguments& arguments, Report& report);
 
 }  // namespace upscale
 

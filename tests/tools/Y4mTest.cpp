@@ -65,7 +65,8 @@ TEST(Y4mTest, ScaledHeadersKeepWhatTheyDoNotKnow) {
             // Told by option, with and without a tag in the input.
             {"XCOLORRANGE=LIMITED W4 H3", 8, 6, Range::Full, "XCOLORRANGE=FULL W8 H6"},
             {"W4 H3", 8, 6, Range::Limited, "W8 H6 XCOLORRANGE=LIMITED"},
-            // Alike but for whole pixels; anamorphic to square; unknown; too fine for 31 bits, so 1e-5 off.
+            // Alike but for whole pixels; anamorphic to square; unknown; too fine for 31 bits, so
+            // 1e-5 off.
             {"W101 H33 A16:15", 152, 50, {}, "W152 H50 A16:15"},
             {"W720 H576 A64:45", 1024, 576, {}, "W1024 H576 A1:1"},
             {"W4 H3 A0:0", 5, 6, {}, "W5 H6 A0:0"},
