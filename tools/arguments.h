@@ -5,15 +5,21 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "frame_format.h"
 #include "operations.h"
+#include "options.h"
 #include "picture_file.h"
+#include "size.h"
 
 namespace upscale {
 
-struct Size {
-    std::uint32_t width;
-    std::uint32_t height;
+/// A part of a picture, in pixels.
+struct Crop {
+    std::uint32_t x;
+    std::uint32_t y;
+    Size size;
 };
 
 /// What the operations see beyond the picture's edge.
@@ -21,20 +27,34 @@ enum class Border { Pad, Raw };
 
 /// What the command line asks for.
 struct Arguments {
+    Task task = kPictures;
+
     const Operation* operation = nullptr;
     float sharpness = 0;
     std::optional<Size> size;  ///< Else scale.
     double scale = 0;
     Border border = Border::Pad;
-    bool check = false;  ///< Then only `verbose` counts besides.
+    std::optional<Format> format;  ///< Nothing only with `intoFolder`: each picture's own.
+    std::optional<int> quality;
     bool force = false;
+    bool quiet = false;
     bool verbose = false;
-    Encoding encoding;
-    std::string input;
+
+    std::vector<float> sweep;  ///< The values of sharpness, of `kSweep`.
+    std::optional<Crop> crop;
+    std::optional<std::uint32_t> zoom;
+
+    std::optional<Size> raw;  ///< The input is frames of raw RGBA, of `kVideo`; else Y4M.
+    std::optional<Matrix> matrix;
+    std::optional<Range> range;
+
+    std::vector<std::string> inputs;  ///< One, unless `intoFolder`. Of `kVideo` also "-".
     std::string output;
+    bool intoFolder = false;  ///< `output` is a folder, which may be missing; of `kPictures`.
 
     /// The size of the output for an input of the given size. Throws `Failure` if it is none.
-    Size outputSize(std::uint32_t width, std::uint32_t height) const;
+    /// @param input as `Failure` shall name it.
+    Size outputSize(const std::string& input, Size from) const;
 };
 
 /// Reads the command line. Throws `Failure` for wrong usage.

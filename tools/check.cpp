@@ -77,9 +77,8 @@ Picture scaledTile(Runner& runner, const Operation& operation) {
     const Picture source = tile();
     const Padding x = paddingFor(kWidth, kWidth * kScale);
     const Padding y = paddingFor(kHeight, kHeight * kScale);
-    runner.allocate(kWidth + 2 * x.source, kHeight + 2 * y.source,
-                    kWidth * kScale + 2 * x.destination, kHeight * kScale + 2 * y.destination);
-    return cropped(runner.run(padded(source, x.source, y.source), operation.defaultSharpness),
+    const Size to = {kWidth * kScale + 2 * x.destination, kHeight * kScale + 2 * y.destination};
+    return cropped(runner.run(padded(source, x.source, y.source), to, operation.defaultSharpness),
                    x.destination, y.destination);
 }
 

@@ -23,6 +23,12 @@ class Failure : public std::runtime_error {
     Exit mCode;
 };
 
+/// The driver has stopped answering: whatever is asked of it next would wait as long again.
+class DriverLost : public Failure {
+  public:
+    using Failure::Failure;
+};
+
 }  // namespace upscale
 
 #endif  // UPSCALER_TOOLS_FAILURE_H

@@ -19,6 +19,7 @@ class JpegReader : public PictureReader {
     explicit JpegReader(InputFile& file);
     ~JpegReader() override;
 
+    Format format() const override { return Format::Jpeg; }
     std::uint32_t width() const override;
     std::uint32_t height() const override;
     Picture read() override;

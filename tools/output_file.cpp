@@ -78,7 +78,8 @@ OutputFile::OutputFile(const std::string& path, bool overwrite)
 
 OutputFile::~OutputFile() {
     if (mFile) std::fclose(mFile);
-    if (temporaryExists) unlink(temporaryName);
+    if (!mUnfinished) return;
+    unlink(temporaryName);
     temporaryExists = 0;
 }
 
@@ -99,7 +100,8 @@ std::FILE* OutputFile::open() {
         // Before the file exists: only a dead process of our number can have left one of that name.
         temporaryExists = 1;
         descriptor = ::open(temporaryName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (descriptor >= 0) break;
+        mUnfinished = descriptor >= 0;
+        if (mUnfinished) break;
         temporaryExists = 0;
         if (errno != EEXIST) fail(errno);
     }
@@ -127,6 +129,7 @@ void OutputFile::commit() {
     }
     if (result != 0 && std::rename(temporaryName, mTarget.c_str()) != 0) fail(errno);
     temporaryExists = 0;
+    mUnfinished = false;
 }
 
 }  // namespace upscale

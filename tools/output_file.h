@@ -9,7 +9,8 @@ namespace upscale {
 
 /// A file that appears whole or not at all: it is written under a temporary name in its own
 /// directory and renamed at the end. What is unfinished is removed when the object goes, and when
-/// SIGHUP, SIGINT or SIGTERM ends the process. One at a time. Members throw `Failure`.
+/// SIGHUP, SIGINT or SIGTERM ends the process. There may be many, of which one at a time is open,
+/// on the thread to which signals come. Members throw `Failure`.
 class OutputFile {
   public:
     /// Checks, before any work is done, that the file may be written. Creates nothing yet.
@@ -32,6 +33,7 @@ class OutputFile {
     std::string mTarget;  // mPath, symbolic links followed
     bool mOverwrite;
     std::FILE* mFile = nullptr;
+    bool mUnfinished = false;  // The temporary file is there.
 };
 
 }  // namespace upscale

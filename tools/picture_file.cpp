@@ -41,6 +41,16 @@ const char* nameOf(Format format) {
     return format == Format::Jpeg ? "JPEG" : format == Format::WebP ? "WebP" : "PNG";
 }
 
+std::string extensionOf(const std::string& path) {
+    const std::string file = path.substr(path.rfind('/') + 1);
+    const std::size_t dot = file.rfind('.');
+    return dot == std::string::npos ? "" : file.substr(dot + 1);
+}
+
+const char* usualExtension(Format format) {
+    return format == Format::Jpeg ? "jpg" : format == Format::WebP ? "webp" : "png";
+}
+
 void writePicture(const Picture& picture, const Encoding& encoding, std::FILE* file,
                   const std::string& name) {
     switch (encoding.format) {

@@ -14,6 +14,8 @@
 
 namespace upscale {
 
+enum class Format { Png, Jpeg, WebP };
+
 /// Reads one picture. The header is read when the reader is made and the pixels on demand, so that
 /// the size can be judged before memory is spent on it. Members throw `Failure` with the file's
 /// name.
@@ -24,6 +26,7 @@ class PictureReader {
     PictureReader(const PictureReader&) = delete;
     PictureReader& operator=(const PictureReader&) = delete;
 
+    virtual Format format() const = 0;
     /// The size as the picture is to be seen.
     virtual std::uint32_t width() const = 0;
     virtual std::uint32_t height() const = 0;
@@ -37,8 +40,6 @@ class PictureReader {
 /// Opens a PNG, JPEG or WebP file, told apart by content.
 std::unique_ptr<PictureReader> openPicture(const std::string& path);
 
-enum class Format { Png, Jpeg, WebP };
-
 /// How to write a picture.
 struct Encoding {
     Format format = Format::Png;
@@ -46,6 +47,10 @@ struct Encoding {
     std::optional<int> quality;
 };
 
+/// The extension of a file's name, without the dot; empty if it has none.
+std::string extensionOf(const std::string& path);
+/// The usual extension of a format's files, without the dot.
+const char* usualExtension(Format format);
 /// The format of a name: "png", "jpg", "jpeg" or "webp", in any case.
 std::optional<Format> formatNamed(const std::string& name);
 

@@ -16,6 +16,7 @@ class PngReader : public PictureReader {
     explicit PngReader(InputFile file);
     ~PngReader() override;
 
+    Format format() const override { return Format::Png; }
     std::uint32_t width() const override;
     std::uint32_t height() const override;
     int depth() const override;

@@ -18,39 +18,13 @@ using android::sp;
 using android::Upscaler;
 
 constexpr char kProperty[] = "debug.vardi.display.ups.enable";
-constexpr char kDriver[] = "the driver";
 // The largest pictures take a software driver the better part of a minute.
 constexpr int kFenceTimeoutMs = 300'000;
 // No operation writes this alpha, so a pixel that still has it was not written.
 constexpr std::uint8_t kUnwritten = 0;
-
-sp<GraphicBuffer> makeBuffer(std::uint32_t width, std::uint32_t height, std::uint64_t usage) {
-    sp<GraphicBuffer> buffer =
-            new GraphicBuffer(width, height, android::PIXEL_FORMAT_RGBA_8888, 1, usage, "upscale");
-    if (buffer->initCheck() != android::NO_ERROR) {
-        throw Failure(Exit::Failed, kDriver,
-                      "no memory for a buffer of " + std::to_string(width) + "x" +
-                              std::to_string(height));
-    }
-    return buffer;
-}
-
-// Calls `visit` with each row's index and address, under a lock.
-template <typename Visit>
-void forRows(GraphicBuffer& buffer, std::uint32_t usage, const Visit& visit) {
-    void* address = nullptr;
-    if (buffer.lock(usage, &address) != android::NO_ERROR || !address) {
-        throw Failure(Exit::Failed, kDriver, "a buffer cannot be locked");
-    }
-    auto* row = static_cast<std::uint8_t*>(address);
-    for (std::uint32_t y = 0; y < buffer.getHeight(); ++y) {
-        visit(y, row);
-        row += std::size_t{buffer.getStride()} * Picture::kChannels;
-    }
-    if (buffer.unlock() != android::NO_ERROR) {
-        throw Failure(Exit::Failed, kDriver, "the pixels of a buffer cannot be reached");
-    }
-}
+// Of the pairs of buffers that one `Upscaler` gets to see. A pair alone may be larger.
+constexpr std::size_t kMostBuffers = 8;
+constexpr std::uint64_t kMostPixels = 64u << 20;
 
 std::string glString(GLenum name) {
     const auto* text = reinterpret_cast<const char*>(glGetString(name));
@@ -66,6 +40,27 @@ void Runner::Teardown::operator()(Upscaler* upscaler) const {
 }
 
 Runner::Runner(const Operation& operation, LibraryLog& log) : mOperation(operation), mLog(log) {
+    start();
+}
+
+Runner::~Runner() {
+    discard();
+}
+
+void Runner::discard() {
+    if (mStuck) {
+        // Teardown would wait for the same work: keep everything to the end of the process.
+        static auto& kept = *new std::vector<std::pair<Upscaler*, std::vector<Buffers>>>;
+        kept.emplace_back(mUpscaler.release(), std::move(mBuffers));
+    }
+    mBuffers.clear();
+    mUpscaler.reset();
+    mStuck = false;
+}
+
+void Runner::start() {
+    discard();
+    mFailed = false;
     try {
         mUpscaler.reset(new Upscaler);
     } catch (const std::logic_error&) {
@@ -84,69 +79,97 @@ Runner::Runner(const Operation& operation, LibraryLog& log) : mOperation(operati
     mLargestSide = static_cast<std::uint32_t>(side);
 }
 
-Runner::~Runner() = default;
-
-void Runner::allocate(std::uint32_t sourceWidth, std::uint32_t sourceHeight, std::uint32_t width,
-                      std::uint32_t height) {
-    mSource = makeBuffer(sourceWidth, sourceHeight,
-                         GraphicBuffer::USAGE_SW_WRITE_OFTEN | GraphicBuffer::USAGE_HW_TEXTURE);
-    mDestination =
-            makeBuffer(width, height,
-                       GraphicBuffer::USAGE_SW_READ_OFTEN | GraphicBuffer::USAGE_SW_WRITE_OFTEN |
-                               GraphicBuffer::USAGE_HW_RENDER);
+Runner::Buffers& Runner::buffersFor(Size from, Size to) {
+    std::uint64_t pixels = from.pixels() + to.pixels();
+    for (Buffers& buffers : mBuffers) {
+        if (buffers.from == from && buffers.to == to) return buffers;
+        pixels += buffers.pixels();
+    }
+    if (!mBuffers.empty() && (mBuffers.size() >= kMostBuffers || pixels > kMostPixels)) start();
+    return mBuffers.emplace_back(Buffers{from, to, sourceBuffer(from), destinationBuffer(to)});
 }
 
-Picture Runner::run(const Picture& source, float sharpness) {
-    Stopwatch watch;
-    const std::size_t sourceBytes = source.rowBytes();
-    forRows(*mSource, GraphicBuffer::USAGE_SW_WRITE_OFTEN, [&](std::size_t y, std::uint8_t* row) {
-        std::copy_n(source.row(y), sourceBytes, row);
-    });
-    Picture result(mDestination->getWidth(), mDestination->getHeight());
+Picture Runner::run(const Picture& source, Size size, float sharpness) {
+    if (mFailed) start();
+    mFailed = true;
+    Picture result(size.width, size.height);
     result.grey = source.grey;
     result.tags = source.tags;
-    const std::size_t bytes = result.rowBytes();
-    forRows(*mDestination, GraphicBuffer::USAGE_SW_WRITE_OFTEN,
-            [&](std::size_t, std::uint8_t* row) { std::fill_n(row, bytes, kUnwritten); });
-    mTimes.upload += watch.lap();
-
-    sp<Fence> fence;
-    (mUpscaler.get()->*mOperation.method)(mSource, mDestination, sharpness, &fence);
-    mTimes.call += watch.lap();
-    if (fence == nullptr || !fence->isValid()) {
-        const std::string error = mLog.takeError();
-        throw Failure(Exit::Failed, kDriver, error.empty() ? "no fence could be made" : error);
-    }
-    waitFor(*fence);
-    mTimes.gpu += watch.lap();
-    const std::string error = mLog.takeError();
-    if (!error.empty()) throw Failure(Exit::Failed, kDriver, error);
-
-    forRows(*mDestination, GraphicBuffer::USAGE_SW_READ_OFTEN,
-            [&](std::size_t y, const std::uint8_t* row) {
-                std::copy_n(row, bytes, result.row(y));
-            });
-    for (std::size_t i = 0; i < result.pixelCount(); ++i) {
-        if (result.alpha(i) == kUnwritten) {
-            throw Failure(Exit::Failed, kDriver, "pixels of the result were left unwritten");
-        }
-    }
-    mTimes.download += watch.lap();
+    runOn(buffersFor({source.width, source.height}, size), source, result, sharpness);
+    mFailed = false;
     return result;
 }
 
-void Runner::waitFor(Fence& fence) {
+void Runner::runOn(Buffers& buffers, const Picture& source, Picture& result, float sharpness) {
+    Stopwatch watch;
+    BufferView from(*buffers.source, BufferView::Write);
+    for (std::size_t y = 0; y < source.height; ++y)
+        std::copy_n(source.row(y), source.rowBytes(), from.row(y));
+    from.end();
+    markUnwritten(*buffers.destination);
+    mTimes.upload += watch.lap();
+
+    const sp<Fence> fence = draw(buffers.source, buffers.destination, sharpness);
+    mTimes.call += watch.lap();
+    finish(*fence);
+    mTimes.gpu += watch.lap();
+
+    const BufferView to(*buffers.destination, BufferView::Read);
+    for (std::size_t y = 0; y < result.height; ++y)
+        std::copy_n(to.row(y), result.rowBytes(), result.row(y));
+    requireWritten(*buffers.destination, to);
+    mTimes.download += watch.lap();
+}
+
+void Runner::import(sp<GraphicBuffer>& source, sp<GraphicBuffer>& destination) {
+    sp<Fence> fence;
+    mUpscaler->casSharpen(source, destination, 0.0f, &fence);
+    finish(*checked(fence));
+    markUnwritten(*destination);
+}
+
+sp<Fence> Runner::draw(sp<GraphicBuffer>& source, sp<GraphicBuffer>& destination, float sharpness) {
+    sp<Fence> fence;
+    (mUpscaler.get()->*mOperation.method)(source, destination, sharpness, &fence);
+    return checked(fence);
+}
+
+sp<Fence> Runner::checked(const sp<Fence>& fence) const {
+    const std::string error = mLog.takeError();
+    if (!error.empty()) throw Failure(Exit::Failed, kDriver, error);
+    if (fence == nullptr || !fence->isValid())
+        throw Failure(Exit::Failed, kDriver, "no fence could be made");
+    return fence;
+}
+
+void Runner::finish(Fence& fence) {
     const android::status_t status = fence.wait(kFenceTimeoutMs);
     if (status == android::NO_ERROR) return;
-    // Teardown would wait for the same work: leave everything to the end of the process.
-    static_cast<void>(mUpscaler.release());
-    static_cast<void>(new sp<GraphicBuffer>(mSource));
-    static_cast<void>(new sp<GraphicBuffer>(mDestination));
+    mStuck = true;
     if (status == -ETIME) {
-        throw Failure(Exit::Failed, kDriver,
-                      "no result after " + std::to_string(kFenceTimeoutMs / 1000) + " seconds");
+        throw DriverLost(Exit::Failed, kDriver,
+                         "no result after " + std::to_string(kFenceTimeoutMs / 1000) + " seconds");
     }
-    throw Failure(Exit::Failed, kDriver, std::string("waiting failed: ") + std::strerror(-status));
+    throw DriverLost(Exit::Failed, kDriver,
+                     std::string("waiting failed: ") + std::strerror(-status));
+}
+
+void Runner::markUnwritten(GraphicBuffer& destination) {
+    BufferView view(destination, BufferView::Write);
+    for (std::size_t y = 0; y < destination.getHeight(); ++y)
+        std::fill_n(view.row(y), destination.getWidth() * Picture::kChannels, kUnwritten);
+    view.end();
+}
+
+void Runner::requireWritten(const GraphicBuffer& destination, const BufferView& view) {
+    for (std::size_t y = 0; y < destination.getHeight(); ++y) {
+        const std::uint8_t* alpha = view.row(y) + Picture::kChannels - 1;
+        for (std::size_t x = 0; x < destination.getWidth(); ++x, alpha += Picture::kChannels) {
+            if (*alpha == kUnwritten) {
+                throw Failure(Exit::Failed, kDriver, "pixels of the result were left unwritten");
+            }
+        }
+    }
 }
 
 }  // namespace upscale

@@ -4,13 +4,18 @@
 
 #include <upscaler/upscaler.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "gpu_buffer.h"
 #include "library_log.h"
 #include "operations.h"
 #include "picture.h"
+#include "size.h"
 
 namespace upscale {
 
@@ -22,9 +27,12 @@ struct Times {
     double download = 0;
 };
 
-/// One `Upscaler` with a source and a destination buffer, for one operation. Since the library
-/// reports no failure, every run looks for one: an error line in the log, no fence, a fence that
-/// does not signal, pixels left unwritten. To be used on one thread. Members throw `Failure`.
+/// One `Upscaler` for one operation, with a source and a destination buffer for each pair of sizes
+/// that it has met. Since the library's cache never forgets, there is a limit to those, past which
+/// a new `Upscaler` takes over: memory stays flat however many sizes come. A failed run leads to a
+/// new one too. Since the library reports no failure, every run looks for one: an error line in the
+/// log, no fence, a fence that does not signal, pixels left unwritten. To be used on one thread.
+/// Members throw `Failure`.
 class Runner {
   public:
     /// @param log outlives the runner.
@@ -38,15 +46,29 @@ class Runner {
     /// The longest side, in pixels, that the driver can take.
     std::uint32_t largestSide() const { return mLargestSide; }
 
-    /// Makes the buffers. Once, before the first run.
-    void allocate(std::uint32_t sourceWidth, std::uint32_t sourceHeight, std::uint32_t width,
-                  std::uint32_t height);
+    /// Runs the operation on a picture.
+    /// @param size of the result.
+    /// @return opaque; grey and tags as the source's.
+    Picture run(const Picture& source, Size size, float sharpness);
 
-    /// Runs the operation on a picture of the source's size.
-    /// @return opaque, of the destination's size; grey and tags as the source's.
-    Picture run(const Picture& source, float sharpness);
+    /// Since the last call.
+    Times takeTimes() { return std::exchange(mTimes, {}); }
 
-    const Times& times() const { return mTimes; }
+    // The same by steps, for callers with buffers of their own. A destination that was marked
+    // can be asked, once the work on it is finished, whether the driver did any.
+
+    /// Makes the buffers known to the library; see the class comment of `Upscaler`. Marks the
+    /// destination.
+    void import(android::sp<android::GraphicBuffer>& source,
+                android::sp<android::GraphicBuffer>& destination);
+    /// Starts the operation. @return a valid fence.
+    android::sp<android::Fence> draw(android::sp<android::GraphicBuffer>& source,
+                                     android::sp<android::GraphicBuffer>& destination,
+                                     float sharpness);
+    /// Waits until the work is done. Any thread.
+    void finish(android::Fence& fence);
+    static void markUnwritten(android::GraphicBuffer& destination);
+    static void requireWritten(const android::GraphicBuffer& destination, const BufferView& view);
 
   private:
     /// The order of teardown that the library asks for.
@@ -54,15 +76,27 @@ class Runner {
         void operator()(android::Upscaler* upscaler) const;
     };
 
-    void waitFor(android::Fence& fence);
+    struct Buffers {
+        Size from, to;
+        android::sp<android::GraphicBuffer> source, destination;
+
+        std::uint64_t pixels() const { return from.pixels() + to.pixels(); }
+    };
+
+    void start();
+    Buffers& buffersFor(Size from, Size to);
+    void runOn(Buffers& buffers, const Picture& source, Picture& result, float sharpness);
+    android::sp<android::Fence> checked(const android::sp<android::Fence>& fence) const;
+    void discard();
 
     const Operation& mOperation;
     LibraryLog& mLog;
     std::unique_ptr<android::Upscaler, Teardown> mUpscaler;
     std::string mDriver;
     std::uint32_t mLargestSide = 0;
-    android::sp<android::GraphicBuffer> mSource;
-    android::sp<android::GraphicBuffer> mDestination;
+    std::vector<Buffers> mBuffers;
+    bool mFailed = false;
+    std::atomic<bool> mStuck{false};  // A wait for the GPU failed.
     Times mTimes;
 };
 

@@ -1,158 +1,63 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// The command `upscale`: one picture through one operation of the library.
-#include <algorithm>
-#include <cstdio>
+/// The command `upscale`: pictures through the operations of the library.
 #include <exception>
-#include <memory>
 #include <new>
 #include <optional>
-#include <string>
-#include <utility>
 
-#include "alpha.h"
 #include "arguments.h"
-#include "border.h"
 #include "check.h"
 #include "failure.h"
-#include "library_log.h"
-#include "output_file.h"
-#include "picture_file.h"
-#include "runner.h"
-#include "stopwatch.h"
+#include "pictures.h"
+#include "report.h"
+#include "sheet.h"
+#include "video.h"
 
 namespace upscale {
 namespace {
 
-bool fits(Size size, const Runner& runner) {
-    return std::max(size.width, size.height) <= runner.largestSide();
-}
-
-std::string inPixels(Size size) {
-    return std::to_string(size.width) + "x" + std::to_string(size.height);
-}
-
-void warn(const std::string& message) {
-    std::fprintf(stderr, "upscale: warning: %s\n", message.c_str());
-}
-
-void checkSide(const std::string& name, Size size, const Runner& runner) {
-    if (fits(size, runner)) return;
-    throw Failure(Exit::Failed, name,
-                  inPixels(size) + " is too large: the driver takes " +
-                          std::to_string(runner.largestSide()) + " pixels a side");
-}
-
-// The paddings of a picture's two directions, and the sizes with them.
-struct Frame {
-    Padding x, y;
-    Size from, to;
-
-    Frame(Size source, Size destination) : from(source), to(destination) {}
-
-    void pad() {
-        x = paddingFor(from.width, to.width);
-        y = paddingFor(from.height, to.height);
-        from = {from.width + 2 * x.source, from.height + 2 * y.source};
-        to = {to.width + 2 * x.destination, to.height + 2 * y.destination};
+Exit run(const Arguments& arguments, Report& report) {
+    switch (arguments.task) {
+        case kPictures:
+            if (arguments.intoFolder) return scalePictures(arguments, report);
+            scalePicture(arguments, report);
+            break;
+        case kCompare:
+        case kSweep:
+            writeSheet(arguments, report);
+            break;
+        case kVideo:
+            scaleVideo(arguments, report);
+            break;
+        case kCheck:
+            return check(arguments.verbose);
+        case kText:
+            break;
     }
-};
-
-Frame frameFor(const Arguments& arguments, Size from, Size to, const Runner& runner) {
-    Frame frame(from, to);
-    if (arguments.border == Border::Raw) return frame;
-    frame.pad();
-    if (fits(frame.from, runner) && fits(frame.to, runner)) return frame;
-    warn("no room for a border: padded, " + inPixels(frame.from) + " to " + inPixels(frame.to) +
-         " is too large for the driver; going on with --border raw");
-    return Frame(from, to);
+    return Exit::Done;
 }
 
-Picture scale(Runner& runner, Picture source, float sharpness) {
-    if (!hasTransparency(source)) return runner.run(source, sharpness);
-    const Picture alpha = runner.run(alphaAsGrey(source), sharpness);
-    bleedColours(source);
-    Picture result = runner.run(source, sharpness);
-    setAlpha(result, alpha);
-    return result;
-}
-
-void run(const Arguments& arguments) {
-    OutputFile output(arguments.output, arguments.force);
-    const std::unique_ptr<PictureReader> reader = openPicture(arguments.input);
-    const Size from = {reader->width(), reader->height()};
-    const Size to = arguments.outputSize(from.width, from.height);
-    const Format format = arguments.encoding.format;
-    if (std::max(to.width, to.height) > largestSide(format)) {
-        throw Failure(Exit::Failed, arguments.output,
-                      inPixels(to) + " is too large: " + nameOf(format) + " takes " +
-                              std::to_string(largestSide(format)) + " pixels a side");
+Exit run(int argc, char** argv) {
+    Report report;
+    try {
+        const std::optional<Arguments> arguments = parseArguments(argc, argv);
+        if (!arguments) return Exit::Done;
+        report.choose(arguments->quiet, arguments->verbose);
+        return run(*arguments, report);
+    } catch (const Failure& failure) {
+        report.failure(failure.what());
+        return failure.code();
+    } catch (const std::bad_alloc&) {
+        report.failure("out of memory");
+    } catch (const std::exception& error) {
+        report.failure(error.what());
     }
-
-    LibraryLog log(arguments.verbose);
-    Runner runner(*arguments.operation, log);
-    checkSide(arguments.input, from, runner);
-    checkSide(arguments.output, to, runner);
-
-    const Frame frame = frameFor(arguments, from, to, runner);
-
-    Stopwatch watch;
-    Picture source = reader->read();
-    if (format == Format::Jpeg && hasTransparency(source)) {
-        throw Failure(Exit::Failed, arguments.output,
-                      "the picture is transparent in parts, which JPEG cannot hold; PNG and WebP "
-                      "can");
-    }
-    if (reader->depth() > 8) {
-        warn(arguments.input + ": " + std::to_string(reader->depth()) +
-             " bits a channel are reduced to 8");
-    }
-    const double readTime = watch.lap();
-    runner.allocate(frame.from.width, frame.from.height, frame.to.width, frame.to.height);
-    source = padded(std::move(source), frame.x.source, frame.y.source);
-    const Picture result = cropped(scale(runner, std::move(source), arguments.sharpness),
-                                   frame.x.destination, frame.y.destination);
-    watch.lap();
-    writePicture(result, arguments.encoding, output.open(), arguments.output);
-    output.commit();
-    if (!arguments.verbose) return;
-
-    const Times& times = runner.times();
-    std::fprintf(stderr,
-                 "upscale: driver: %s\n"
-                 "upscale: %s, sharpness %g: %s to %s (with its border, %s to %s)%s\n"
-                 "upscale: ms: read %.1f, upload %.1f, call %.1f, GPU %.1f, download %.1f, "
-                 "write %.1f\n",
-                 runner.driver().c_str(), arguments.operation->name,
-                 static_cast<double>(arguments.sharpness), inPixels(from).c_str(),
-                 inPixels(to).c_str(), inPixels(frame.from).c_str(), inPixels(frame.to).c_str(),
-                 hasTransparency(result) ? ", with transparency" : "", readTime, times.upload,
-                 times.call, times.gpu, times.download, watch.lap());
-}
-
-int fail(Exit code, const std::string& message) {
-    std::string line = "upscale: " + message;
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    std::fprintf(stderr, "%s\n", line.c_str());
-    return static_cast<int>(code);
+    return Exit::Failed;
 }
 
 }  // namespace
 }  // namespace upscale
 
 int main(int argc, char** argv) {
-    using upscale::Exit;
-    try {
-        const std::optional<upscale::Arguments> arguments = upscale::parseArguments(argc, argv);
-        if (arguments && arguments->check)
-            return static_cast<int>(upscale::check(arguments->verbose));
-        if (arguments) upscale::run(*arguments);
-        return static_cast<int>(Exit::Done);
-    } catch (const upscale::Failure& failure) {
-        return upscale::fail(failure.code(), failure.what());
-    } catch (const std::bad_alloc&) {
-        return upscale::fail(Exit::Failed, "out of memory");
-    } catch (const std::exception& error) {
-        return upscale::fail(Exit::Failed, error.what());
-    }
+    return static_cast<int>(upscale::run(argc, argv));
 }

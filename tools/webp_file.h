@@ -17,6 +17,7 @@ class WebPReader : public PictureReader {
   public:
     explicit WebPReader(InputFile& file);
 
+    Format format() const override { return Format::WebP; }
     std::uint32_t width() const override { return mWidth; }
     std::uint32_t height() const override { return mHeight; }
     Picture read() override;

@@ -194,6 +194,12 @@ TEST_F(UpscaleFilesGLTest, FailuresLeaveNothing) {
              "the driver: pixels of the result were left unwritten", faulty("skip-draws")},
             {"--op cas --scale 2 in.png out.png", 1, "the driver: glGetError failed",
              faulty("gl-error")},
+            {"--scale 2 in.png out.png", 1, "the driver: no fence could be made",
+             faulty("no-fence")},
+            {"--scale 2 in.png out.png", 1, "the driver: no result after 300 seconds",
+             faulty("fence-timeout")},
+            {"--scale 2 in.png out.png", 1, "the driver: waiting failed: Invalid argument",
+             faulty("fence-error")},
             {"--op cas --scale 2 in.png out.png", 3, "SHADER_COMPILATION_ERROR",
              faulty("bad-shaders")},
     });

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Preloaded ahead of the driver: breaks one thing, which the variable FAULTY_GL names.
+#include <EGL/egl.h>
 #include <GLES3/gl32.h>
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -33,6 +35,20 @@ __attribute__((visibility("default"))) void glDrawArrays(GLenum mode, GLint firs
 
 __attribute__((visibility("default"))) void glCompileShader(GLuint shader) {
     if (!broken("bad-shaders")) next<decltype(&glCompileShader)>("glCompileShader")(shader);
+}
+
+// The host's, under the names that its clients are linked with.
+__attribute__((visibility("default"))) EGLint __wrap_eglDupNativeFenceFDANDROID(EGLDisplay display,
+                                                                                void* sync) {
+    constexpr char kName[] = "__wrap_eglDupNativeFenceFDANDROID";
+    return broken("no-fence") ? -1 : next<EGLint (*)(EGLDisplay, void*)>(kName)(display, sync);
+}
+
+// android::Fence::wait
+__attribute__((visibility("default"))) int _ZN7android5Fence4waitEi(void* fence, int milliseconds) {
+    if (broken("fence-timeout")) return -ETIME;
+    if (broken("fence-error")) return -EINVAL;
+    return next<int (*)(void*, int)>("_ZN7android5Fence4waitEi")(fence, milliseconds);
 }
 
 }  // extern "C"

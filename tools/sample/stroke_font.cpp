@@ -47,6 +47,10 @@ constexpr std::string_view kLetters[] = {
 };
 
 std::string_view pathOf(char c) {
+    if (c == '-') return "1333";
+    if (c == '.') return "25262625";
+    if (c == ',') return "252617";
+    if (c == ':') return "2222 2525";
     if (c >= '0' && c <= '9') return kDigits[c - '0'];
     if (c >= 'A' && c <= 'Z') return kLetters[c - 'A'];
     return {};

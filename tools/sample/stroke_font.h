@@ -8,7 +8,7 @@
 
 namespace sample {
 
-/// A line of capitals and digits.
+/// A line of capitals, digits and - . , :
 struct Text {
     std::string_view words;
     Point topLeft;
