@@ -13,7 +13,8 @@ constexpr char kSourcePath[] = "multimedia/display/upsservice/upscaler/gfx/gfx_s
 // Zeroes for an info log of `length` and a terminator. A driver that reports less than -1 makes the
 // vector throw; one that reports -1 still gets a terminated string.
 std::vector<char> infoLogBuffer(GLint length) {
-    std::vector<char> buffer(static_cast<size_t>(length) + 1);
+    // In a type where neither step overflows: a device may trap on that.
+    std::vector<char> buffer(static_cast<size_t>(int64_t{length} + 1));
     if (buffer.empty()) buffer.push_back('\0');
     return buffer;
 }
