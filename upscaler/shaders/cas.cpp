@@ -85,11 +85,13 @@ void casFilterNoScaling(out float pixR, out float pixG, out float pixB, uvec2 sa
     vec3 f = casLoad(position + ivec2(1, 0));
     vec3 h = casLoad(position + ivec2(0, 1));
 
+    float fG = max(f.g, 0.0);  // See glsl.h.
+    float hG = max(h.g, 0.0);
     float minimumRed = ffxMin3(ffxMin3(d.r, e.r, f.r), b.r, h.r);
-    float minimumGreen = ffxMin3(ffxMin3(d.g, e.g, f.g), b.g, h.g);
+    float minimumGreen = ffxMin3(ffxMin3(d.g, e.g, fG), b.g, hG);
     float minimumBlue = ffxMin3(ffxMin3(d.b, e.b, f.b), b.b, h.b);
     float maximumRed = ffxMax3(ffxMax3(d.r, e.r, f.r), b.r, h.r);
-    float maximumGreen = ffxMax3(ffxMax3(d.g, e.g, f.g), b.g, h.g);
+    float maximumGreen = ffxMax3(ffxMax3(d.g, e.g, fG), b.g, hG);
     float maximumBlue = ffxMax3(ffxMax3(d.b, e.b, f.b), b.b, h.b);
 
     float amplifyRed = ffxSaturate(ffxMin(minimumRed, 1.0 - maximumRed) * ffxApproximateReciprocal(maximumRed));
@@ -148,27 +150,45 @@ constexpr char kTapsOf12[] = R"glsl(
     vec3 o = casLoad(finalSamplePosition + ivec2(1, 2));
 )glsl";
 
+// About max(x, 0.0) see glsl.h.
 constexpr char kRingsOf12[] = R"glsl(
-    float mnf$C = ffxMin3(ffxMin3(b.$c, e.$c, f.$c), g.$c, j.$c);
-    float mxf$C = ffxMax3(ffxMax3(b.$c, e.$c, f.$c), g.$c, j.$c);
-    float mng$C = ffxMin3(ffxMin3(c.$c, f.$c, g.$c), h.$c, k.$c);
-    float mxg$C = ffxMax3(ffxMax3(c.$c, f.$c, g.$c), h.$c, k.$c);
-    float mnj$C = ffxMin3(ffxMin3(f.$c, i.$c, j.$c), k.$c, n.$c);
-    float mxj$C = ffxMax3(ffxMax3(f.$c, i.$c, j.$c), k.$c, n.$c);
-    float mnk$C = ffxMin3(ffxMin3(g.$c, j.$c, k.$c), l.$c, o.$c);
-    float mxk$C = ffxMax3(ffxMax3(g.$c, j.$c, k.$c), l.$c, o.$c);
+    float f0 = max(f.$c, 0.0);
+    float g0 = max(g.$c, 0.0);
+    float j0 = max(j.$c, 0.0);
+    float k0 = max(k.$c, 0.0);
+    float n0 = max(n.$c, 0.0);
+    float o0 = max(o.$c, 0.0);
+    float mnf$C = ffxMin3(ffxMin3(b.$c, e.$c, f0), g0, j0);
+    float mxf$C = ffxMax3(ffxMax3(b.$c, e.$c, f0), g0, j0);
+    float mng$C = ffxMin3(ffxMin3(c.$c, f0, g0), h.$c, k0);
+    float mxg$C = ffxMax3(ffxMax3(c.$c, f0, g0), h.$c, k0);
+    float mnj$C = ffxMin3(ffxMin3(f0, i.$c, j0), k0, n0);
+    float mxj$C = ffxMax3(ffxMax3(f0, i.$c, j0), k0, n0);
+    float mnk$C = ffxMin3(ffxMin3(g0, j0, k0), l.$c, o0);
+    float mxk$C = ffxMax3(ffxMax3(g0, j0, k0), l.$c, o0);
 )glsl";
 
 // The rings of f and g take diagonal neighbours, not a cross: so this variant is defined.
+//
+// Compared as bits, which order as the numbers do where none is negative: at medium precision
+// llvmpipe would compare them one by one, for most of the pass's time.
 constexpr char kRingsOf8[] = R"glsl(
-    float mnf$C = ffxMin(ffxMin3(b.$c, f.$c, i.$c), k.$c);
-    float mxf$C = max(ffxMax3(b.$c, f.$c, i.$c), k.$c);
-    float mng$C = ffxMin(ffxMin3(c.$c, g.$c, j.$c), l.$c);
-    float mxg$C = max(ffxMax3(c.$c, g.$c, j.$c), l.$c);
-    float mnj$C = ffxMin(ffxMin3(f.$c, i.$c, j.$c), k.$c);
-    float mxj$C = max(ffxMax3(f.$c, i.$c, j.$c), k.$c);
-    float mnk$C = ffxMin(ffxMin3(g.$c, j.$c, k.$c), l.$c);
-    float mxk$C = max(ffxMax3(g.$c, j.$c, k.$c), l.$c);
+    int b0 = floatBitsToInt(b.$c);
+    int c0 = floatBitsToInt(c.$c);
+    int f0 = floatBitsToInt(f.$c);
+    int g0 = floatBitsToInt(g.$c);
+    int i0 = floatBitsToInt(i.$c);
+    int j0 = floatBitsToInt(j.$c);
+    int k0 = floatBitsToInt(k.$c);
+    int l0 = floatBitsToInt(l.$c);
+    float mnf$C = intBitsToFloat(min(min(b0, min(f0, i0)), k0));
+    float mxf$C = intBitsToFloat(max(max(b0, max(f0, i0)), k0));
+    float mng$C = intBitsToFloat(min(min(c0, min(g0, j0)), l0));
+    float mxg$C = intBitsToFloat(max(max(c0, max(g0, j0)), l0));
+    float mnj$C = intBitsToFloat(min(min(f0, min(i0, j0)), k0));
+    float mxj$C = intBitsToFloat(max(max(f0, max(i0, j0)), k0));
+    float mnk$C = intBitsToFloat(min(min(g0, min(j0, k0)), l0));
+    float mxk$C = intBitsToFloat(max(max(g0, max(j0, k0)), l0));
 )glsl";
 
 constexpr char kRingWeights[] = R"glsl(

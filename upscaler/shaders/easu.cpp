@@ -151,11 +151,11 @@ void FsrEasuF(out vec3 pix, uvec2 ip, vec4 con0, vec4 con1, vec4 con2, vec4 con3
     float lob = 0.5 + ((1.0 / 4.0 - 0.04) - 0.5) * len;
     float clp = ARcpF1(lob);
 
-    // Bounds against ringing, from the four nearest texels.
+    // Bounds against ringing, from the four nearest texels. About max(x, 0.0) see glsl.h.
     vec3 f = vec3(ijfeR.z, ijfeG.z, ijfeB.z);
     vec3 g = vec3(klhgR.w, klhgG.w, klhgB.w);
-    vec3 j = vec3(ijfeR.y, ijfeG.y, ijfeB.y);
-    vec3 k = vec3(klhgR.x, klhgG.x, klhgB.x);
+    vec3 j = max(vec3(ijfeR.y, ijfeG.y, ijfeB.y), 0.0);
+    vec3 k = max(vec3(klhgR.x, klhgG.x, klhgB.x), 0.0);
     vec3 min4 = min(AMin3F3(f, g, j), k);
     vec3 max4 = max(AMax3F3(f, g, j), k);
 

@@ -49,9 +49,9 @@ void FsrRcasF(out float pixR, out float pixG, out float pixB, uvec2 ip, float sh
     float eR = e.r;
     float eG = e.g;
     float eB = e.b;
-    float fR = f.r;
-    float fG = f.g;
-    float fB = f.b;
+    float fR = max(f.r, 0.0);  // See glsl.h.
+    float fG = max(f.g, 0.0);
+    float fB = max(f.b, 0.0);
     float hR = h.r;
     float hG = h.g;
     float hB = h.b;
@@ -73,21 +73,21 @@ void FsrRcasF(out float pixR, out float pixG, out float pixB, uvec2 ip, float sh
     nz = ASatF1(abs(nz) * ARcpF1(AMax3F1(AMax3F1(bL, dL, eL), fL, hL) - AMin3F1(AMin3F1(bL, dL, eL), fL, hL)));
     nz = -0.5 * nz + 1.0;
 
-    // The neighbours only, not the centre.
-    float mn4R = min(AMin3F1(bR, dR, fR), hR);
-    float mn4G = min(AMin3F1(bG, dG, fG), hG);
-    float mn4B = min(AMin3F1(bB, dB, fB), hB);
-    float mx4R = max(AMax3F1(bR, dR, fR), hR);
-    float mx4G = max(AMax3F1(bG, dG, fG), hG);
-    float mx4B = max(AMax3F1(bB, dB, fB), hB);
+    // The neighbours only, not the centre. A texel comes first where it can: see glsl.h.
+    float mn4R = min(hR, AMin3F1(bR, dR, fR));
+    float mn4G = min(hG, AMin3F1(bG, dG, fG));
+    float mn4B = min(hB, AMin3F1(bB, dB, fB));
+    float mx4R = max(hR, AMax3F1(bR, dR, fR));
+    float mx4G = max(hG, AMax3F1(bG, dG, fG));
+    float mx4B = max(hB, AMax3F1(bB, dB, fB));
 
     vec2 peakC = vec2(1.0, -1.0 * 4.0);
-    float hitMinR = min(mn4R, eR) * ARcpF1(4.0 * mx4R);
-    float hitMinG = min(mn4G, eG) * ARcpF1(4.0 * mx4G);
-    float hitMinB = min(mn4B, eB) * ARcpF1(4.0 * mx4B);
-    float hitMaxR = (peakC.x - max(mx4R, eR)) * ARcpF1(4.0 * mn4R + peakC.y);
-    float hitMaxG = (peakC.x - max(mx4G, eG)) * ARcpF1(4.0 * mn4G + peakC.y);
-    float hitMaxB = (peakC.x - max(mx4B, eB)) * ARcpF1(4.0 * mn4B + peakC.y);
+    float hitMinR = min(eR, mn4R) * ARcpF1(4.0 * mx4R);
+    float hitMinG = min(eG, mn4G) * ARcpF1(4.0 * mx4G);
+    float hitMinB = min(eB, mn4B) * ARcpF1(4.0 * mx4B);
+    float hitMaxR = (peakC.x - max(eR, mx4R)) * ARcpF1(4.0 * mn4R + peakC.y);
+    float hitMaxG = (peakC.x - max(eG, mx4G)) * ARcpF1(4.0 * mn4G + peakC.y);
+    float hitMaxB = (peakC.x - max(eB, mx4B)) * ARcpF1(4.0 * mn4B + peakC.y);
     float lobeR = max(-hitMinR, hitMaxR);
     float lobeG = max(-hitMinG, hitMaxG);
     float lobeB = max(-hitMinB, hitMaxB);
