@@ -159,6 +159,8 @@ bool checkOperation(const Row& row, LibraryLog& log, bool first, bool verbose) {
         measured = ", off by " + std::to_string(worst) + " of 255 at most, " +
                    std::to_string(row.tolerance) + " allowed";
         if (verbose) printValues(row, picture);
+    } catch (const DriverLost&) {
+        throw;  // The others would wait as long.
     } catch (const Failure& failure) {
         fault = failure.what();
     }
@@ -168,7 +170,7 @@ bool checkOperation(const Row& row, LibraryLog& log, bool first, bool verbose) {
 
 }  // namespace
 
-Exit check(bool verbose) {
+Exit check(bool verbose) try {
     LibraryLog log(verbose);
     std::string wrong;
     bool first = true;
@@ -182,6 +184,9 @@ Exit check(bool verbose) {
         return Exit::Done;
     }
     std::printf("This machine's driver cannot be trusted: wrong in %s.\n", wrong.c_str());
+    return Exit::NoDriver;
+} catch (const DriverLost& lost) {
+    std::printf("This machine's driver cannot be trusted: %s.\n", lost.what());
     return Exit::NoDriver;
 }
 

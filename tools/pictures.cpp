@@ -136,9 +136,10 @@ std::optional<Identity> identityOf(const std::string& path) {
 }
 
 void makeFolder(const std::string& path) {
-    if (isFolder(path)) return;
-    if (mkdir(path.c_str(), 0777) != 0)
-        throw Failure(Exit::Failed, path, errno == EEXIST ? "not a folder" : std::strerror(errno));
+    if (mkdir(path.c_str(), 0777) == 0) return;
+    const int error = errno;
+    if (!isFolder(path))
+        throw Failure(Exit::Failed, path, error == EEXIST ? "not a folder" : std::strerror(error));
 }
 
 std::string within(const std::string& folder, const std::string& name) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The command `upscale`: pictures through the operations of the library.
+#include <malloc.h>
+
 #include <exception>
 #include <new>
 #include <optional>
@@ -59,5 +61,10 @@ Exit run(int argc, char** argv) {
 }  // namespace upscale
 
 int main(int argc, char** argv) {
+    // Pictures and a software driver's textures go back to the system when they are freed. Left to
+    // itself, glibc moves this limit up and keeps them in a heap, which over many pictures falls to
+    // pieces: 445 MiB after 2,000 small ones instead of 105.
+    constexpr int kLargeBytes = 128 * 1024;
+    mallopt(M_MMAP_THRESHOLD, kLargeBytes);
     return static_cast<int>(upscale::run(argc, argv));
 }

@@ -20,6 +20,8 @@ for name in libupscaler libupscaler_host; do
 done
 test -f "$prefix/include/upscaler/upscaler.h"
 test -x "$prefix/bin/upscale"
+test -s "$prefix/share/man/man1/upscale.1"
+test -s "$prefix/share/bash-completion/completions/upscale"
 "$prefix/bin/upscale" --version
 test "$(ls "$prefix/include")" = upscaler
 

@@ -149,14 +149,6 @@ INSTANTIATE_TEST_SUITE_P(All, UpscaleCommandGLTest,
                              return row.param == "cas-sharpen" ? "sharpen" : row.param;
                          });
 
-// Settings under which the driver has the named fault. The sanitizer's library wants to be first,
-// which the preloaded one is.
-std::string faulty(const std::string& fault) {
-    return "ASAN_OPTIONS=\"verify_asan_link_order=0:$ASAN_OPTIONS\" "
-           "LD_PRELOAD='" FAULTY_GL_LIBRARY "' FAULTY_GL=" +
-           fault;
-}
-
 // What does not depend on the operation.
 class UpscaleFilesGLTest : public FolderTest {
   protected:
@@ -209,6 +201,7 @@ TEST_F(UpscaleFilesGLTest, CheckKnowsGoodDriversFromBad) {
     const Outcome good = runUpscale("--check");
     EXPECT_EQ(good.exitCode, 0) << good;
     EXPECT_THAT(good.out, HasSubstr("driver can be trusted"));
+    EXPECT_THAT(runUpscale("--check", faulty("fence-timeout")).out, HasSubstr("cannot be trusted"));
     for (const char* fault : {"no-blue", "skip-draws", "gl-error"}) {
         const Outcome bad = runUpscale("--check", faulty(fault));
         EXPECT_EQ(bad.exitCode, 3) << fault;

@@ -25,6 +25,13 @@ Outcome runUpscale(const std::string& arguments, const std::string& environment)
     return shell("env " + environment + " '" UPSCALE_COMMAND "' " + arguments);
 }
 
+std::string faulty(const std::string& fault) {
+    // The sanitizer's library wants to be first, which the preloaded one is.
+    return "ASAN_OPTIONS=\"verify_asan_link_order=0:$ASAN_OPTIONS\" "
+           "LD_PRELOAD='" FAULTY_GL_LIBRARY "' FAULTY_GL=" +
+           fault;
+}
+
 void expectFailures(const std::vector<FailingCall>& calls) {
     const std::set<std::string> before = entries();
     for (const FailingCall& call : calls) {

@@ -24,6 +24,9 @@ Outcome shell(const std::string& script);
 /// @param environment settings (NAME=value) for it, as a shell reads them.
 Outcome runUpscale(const std::string& arguments, const std::string& environment = "");
 
+/// Settings under which the driver has a fault that `faulty_gl.cpp` knows.
+std::string faulty(const std::string& fault);
+
 /// With this code, nothing on stdout, and one line on stderr with this in it.
 MATCHER_P2(FailedWith, exitCode, reason, "") {
     return arg.exitCode == exitCode && arg.out.empty() && arg.err.rfind("upscale: ", 0) == 0 &&

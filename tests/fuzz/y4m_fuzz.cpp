@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+#include "tools/failure.h"
+#include "tools/frame_conversion.h"
+#include "tools/frame_stream.h"
+
+namespace {
+
+using namespace upscale;
+
+class Bytes : public ByteSource {
+  public:
+    Bytes(const std::uint8_t* data, std::size_t size)
+        : ByteSource("bytes"), mData(data), mLeft(size) {}
+    std::size_t read(void* to, std::size_t size) override {
+        size = std::min(size, mLeft);
+        std::copy_n(mData, size, static_cast<std::uint8_t*>(to));
+        mData += size;
+        mLeft -= size;
+        return size;
+    }
+
+  private:
+    const std::uint8_t* mData;
+    std::size_t mLeft;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    constexpr std::size_t kMostBytes = 1u << 14;
+    try {
+        Bytes source(data, size);
+        FrameReader reader(source);
+        const FrameFormat& format = reader.header().format;
+        const std::string scaled = scaledY4mHeader(reader.header(), 7, 5, Range::Full);
+        const FrameFormat again = parseY4mHeader(scaled.substr(0, scaled.size() - 1), "").format;
+        if (again.width != 7 || again.height != 5 || again.range != Range::Full ||
+            again.sampling != format.sampling) {
+            std::abort();
+        }
+        if (format.bytes() > kMostBytes) return 0;
+        FrameDecoder decoder(format, 2, 1);
+        FrameEncoder encoder(format);
+        std::vector<std::uint8_t> frame(format.bytes());
+        const std::size_t stride = (format.width + 4) * std::size_t{4};
+        std::vector<std::uint8_t> pixels(stride * (format.height + 2));
+        std::string parameters;
+        while (reader.next(frame.data(), parameters)) {
+            decoder.decode(frame.data(), {pixels.data(), stride});
+            encoder.encode({pixels.data() + stride + 8, stride}, frame.data());
+        }
+    } catch (const Failure&) {
+    }
+    return 0;
+}
