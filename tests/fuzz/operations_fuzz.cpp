@@ -43,34 +43,30 @@ class Player {
         std::vector<sp<GraphicBuffer>> buffers(1);  // The first is none.
         sp<Fence> fence = Fence::NO_FENCE;
         for (int step = 0; step < 64 && bytes.remaining_bytes() > 0; ++step) {
-            switch (bytes.ConsumeIntegralInRange<int>(0, 15)) {
-                case 0:
-                    mUpscaler.reset();
-                    mUpscaler.reset(new Upscaler);
-                    break;
-                case 1:
-                    resizeBufferLogLevel = bytes.ConsumeIntegral<uint8_t>();
-                    break;
-                case 2:
-                case 3:
-                case 4:
-                    buffers.push_back(makeBuffer(bytes));
-                    break;
-                case 5:
-                    buffers[bytes.ConsumeIntegralInRange<size_t>(0, buffers.size() - 1)].clear();
-                    break;
-                default:
-                    call(bytes, buffers, fence);
+            const int choice = bytes.ConsumeIntegralInRange<int>(0, 63);
+            if (choice == 0) {
+                renew();
+            } else if (choice < 4) {
+                resizeBufferLogLevel = bytes.ConsumeIntegral<uint8_t>();
+            } else if (choice < 12) {
+                buffers.push_back(makeBuffer(bytes));
+            } else if (choice < 14) {
+                buffers[bytes.ConsumeIntegralInRange<size_t>(0, buffers.size() - 1)].clear();
+            } else {
+                call(bytes, buffers, fence);
             }
         }
         require(fence->wait(60000) == NO_ERROR, "the last fence ends");
-        if ((mBuffers += buffers.size()) < 500) return;
+        if ((mBuffers += buffers.size()) >= 500) renew();
+    }
+
+  private:
+    void renew() {
         mBuffers = 0;
         mUpscaler.reset();
         mUpscaler.reset(new Upscaler);
     }
 
-  private:
     static sp<GraphicBuffer> makeBuffer(FuzzedDataProvider& bytes) {
         const uint32_t width = bytes.ConsumeIntegralInRange<uint32_t>(0, 40);
         const bool broken = bytes.ConsumeIntegral<uint8_t>() == 0;

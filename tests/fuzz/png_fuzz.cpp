@@ -12,8 +12,9 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     constexpr std::size_t kSignature = 8;
     constexpr std::size_t kAround = 12;  // length, type and checksum
     for (std::size_t at = kSignature; at + kAround <= size;) {
-        const auto length = static_cast<std::size_t>(data[at]) << 24 | data[at + 1] << 16 |
-                            data[at + 2] << 8 | data[at + 3];
+        std::size_t length = 0;
+        for (std::size_t i = 0; i < 4; ++i)
+            length = length << 8 | data[at + i];
         if (length > size - at - kAround) break;
         const auto sum = crc32(0, data + at + 4, static_cast<uInt>(length + 4));
         at += kAround + length;
