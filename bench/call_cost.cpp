@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+// call_cost [OPERATION [CALLS [BUFFERS]]]: makes calls of one operation on buffers that are cached,
+// BUFFERS of them, and prints how often a call asked for memory. Run with the null driver, so that
+// nothing but the library and the host is seen; callgrind counts the instructions of `measured`.
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "bench/operations.h"
+
+namespace {
+
+bool counts = false;
+unsigned long allocations = 0;
+
+}  // namespace
+
+// Those of the library and of the host too. Not inlined, which would make GCC see malloc and delete
+// as a pair.
+[[gnu::noinline]] void* operator new(size_t size) {
+    if (counts) ++allocations;
+    if (void* memory = std::malloc(size)) return memory;
+    throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept {
+    std::free(memory);
+}
+
+namespace bench {
+namespace {
+
+using Buffers = std::vector<sp<GraphicBuffer>>;
+
+// The last two of the buffers, which a cache that had to be searched would find last.
+[[gnu::noinline]] void measured(Upscaler& upscaler, const Operation& operation, Buffers& buffers,
+                                unsigned calls, sp<Fence>* fence) {
+    sp<GraphicBuffer>& src = buffers[buffers.size() - 2];
+    sp<GraphicBuffer>& dst = buffers[buffers.size() - 1];
+    for (unsigned i = 0; i < calls; ++i)
+        (upscaler.*operation.call)(src, dst, 0.5f, fence);
+}
+
+int run(const Operation& operation, unsigned calls, size_t count) {
+    Upscaler upscaler;
+    Buffers buffers;
+    sp<Fence> fence;
+    for (size_t i = 0; i < count; i += 2) {
+        buffers.push_back(makeBuffer(16, 16));
+        buffers.push_back(makeBuffer(16, 16));
+        upscaler.casSharpen(buffers[i], buffers[i + 1], 1.0f, &fence);
+    }
+    (upscaler.*operation.call)(buffers[count - 2], buffers[count - 1], 0.5f, &fence);
+
+    const auto start = std::chrono::steady_clock::now();
+    counts = true;
+    measured(upscaler, operation, buffers, calls, &fence);
+    counts = false;
+    const std::chrono::duration<double, std::nano> time = std::chrono::steady_clock::now() - start;
+    std::printf("%s buffers %zu allocations %g nanoseconds %.0f\n", operation.name, count,
+                static_cast<double>(allocations) / calls, time.count() / calls);
+    upscaler.clearOpenGLResources();
+    upscaler.destroyEGL();
+    return 0;
+}
+
+}  // namespace
+}  // namespace bench
+
+int main(int argc, char** argv) {
+    const char* name = argc > 1 ? argv[1] : "fsrResize";
+    const auto calls = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) : 1000U;
+    const size_t buffers = argc > 3 ? std::strtoul(argv[3], nullptr, 10) : 2;
+    for (const bench::Operation& operation : bench::kOperations) {
+        if (std::strcmp(operation.name, name) == 0) return bench::run(operation, calls, buffers);
+    }
+    std::fprintf(stderr, "call_cost: no operation %s\n", name);
+    return 2;
+}

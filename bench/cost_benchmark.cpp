@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+// What is paid once, or adds up over a long life: construction, the first import, the command's
+// whole run, 100,000 calls, a large cache.
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "bench/interleave.h"
+#include "bench/operations.h"
+#include "upscaler/shaders/shaders.h"
+
+namespace bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+void end(Upscaler& upscaler) {
+    upscaler.clearOpenGLResources();
+    upscaler.destroyEGL();
+}
+
+const std::pair<const char*, std::string> kPrograms[] = {
+        {"copy", android::kCopyExternalFragment},
+        {"copy_2d", android::kCopy2dFragment},
+        {"rgb2hsv", android::kRgb2hsvFragment},
+        {"easu", android::kEasuFragment},
+        {"rcas", android::kRcasFragment},
+        {"cas", android::casUpscaleFragment()},
+        {"cast", android::casTUpscaleFragment()},
+        {"casv", android::casVUpscaleFragment()},
+        {"cas_sharpen", android::casSharpenFragment()},
+};
+
+// What construction is made of, as shares: a context and the nine programs, made again one by one.
+// What is left is the library's own.
+void construct(benchmark::State& state) {
+    const sp<GraphicBuffer> keepsTheDriverLoaded = makeBuffer(1, 1);
+    std::vector<double> whole, context;
+    std::vector<double> programs[std::size(kPrograms)];
+    for (auto _ : state) {
+        std::unique_ptr<Upscaler> upscaler;
+        whole.push_back(cpuSeconds([&] { upscaler = std::make_unique<Upscaler>(); }));
+        state.SetIterationTime(whole.back());
+        context.push_back(cpuSeconds([&] {
+            const EGLDisplay display = eglGetCurrentDisplay();
+            const EGLint attributes[] = {EGL_CONTEXT_CLIENT_VERSION, 3, EGL_NONE};
+            eglMakeCurrent(
+                    display, EGL_NO_SURFACE, EGL_NO_SURFACE,
+                    eglCreateContext(display, EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT, attributes));
+        }));
+        for (size_t i = 0; i < std::size(kPrograms); ++i) {
+            programs[i].push_back(cpuSeconds(
+                    [&] { android::GfxShader(android::kFullScreenVertex, kPrograms[i].second); }));
+        }
+        end(*upscaler);
+    }
+    double rest = median(whole) - median(context);
+    for (size_t i = 0; i < std::size(kPrograms); ++i) {
+        const double share = median(programs[i]) / median(whole);
+        state.counters[kPrograms[i].first] = share;
+        rest -= median(programs[i]);
+    }
+    state.counters["context"] = median(context) / median(whole);
+    state.counters["rest"] = rest / median(whole);
+}
+
+// The first call on a pair of buffers over the next one; small, so that the GPU's work is not all.
+void firstImport(benchmark::State& state) {
+    Upscaler upscaler;
+    sp<Fence> fence;
+    sp<GraphicBuffer> src, dst;
+    const auto call = [&] {
+        const double time = seconds([&] { upscaler.casSharpen(src, dst, 1.0f, &fence); });
+        fence->waitForever("benchmark");
+        return time;
+    };
+    const auto first = [&] {
+        src = makeBuffer(16, 16);
+        dst = makeBuffer(16, 16);
+        return call();
+    };
+    first();
+    interleave(state, {{"", call}, {"first", first}});
+    end(upscaler);
+}
+
+void commandsWholeRun(benchmark::State& state) {
+    const std::string result = fs::temp_directory_path() / "upscaler_benchmark.png";
+    const std::string command = UPSCALE " --op fsr --scale 2 --force " SAMPLE " " + result;
+    for (auto _ : state) {
+        state.SetIterationTime(seconds([&] {
+            if (std::system(command.c_str()) != 0) state.SkipWithError("the command failed");
+        }));
+    }
+    fs::remove(result);
+}
+
+size_t residentPages() {
+    size_t size = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident;
+}
+
+size_t descriptors() {
+    const auto begin = fs::directory_iterator("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin, fs::directory_iterator()));
+}
+
+// A fixed pool, all operations in turn. The counters tell the median time of the last tenth's calls
+// over that of the second's, and what memory and descriptors grew by after a warm half.
+void manyCalls(benchmark::State& state) {
+    constexpr size_t kCalls = 100'000, kTenth = kCalls / 10;
+    Upscaler upscaler;
+    sp<Fence> fence;
+    sp<GraphicBuffer> pool[6];
+    for (sp<GraphicBuffer>& buffer : pool)
+        buffer = makeBuffer(16, 16);
+    const auto call = [&](size_t i) {
+        const double time = seconds([&] {
+            (upscaler.*kOperations[i % std::size(kOperations)].call)(
+                    pool[i / 6 % 3], pool[3 + i / 18 % 3], 0.5f, &fence);
+        });
+        fence->waitForever("benchmark");
+        return time;
+    };
+    for (auto _ : state) {
+        std::vector<double> early(kTenth), late(kTenth);  // Made in advance: memory is watched.
+        size_t pages = 0, files = 0;
+        state.SetIterationTime(seconds([&] {
+            for (size_t i = 0; i < kCalls; ++i) {
+                const double time = call(i);
+                if (i / kTenth == 1) early[i % kTenth] = time;
+                if (i / kTenth == 9) late[i % kTenth] = time;
+                if (i == 5 * kTenth) {
+                    pages = residentPages();
+                    files = descriptors();
+                }
+            }
+        }));
+        state.counters["time"] = median(late) / median(early);
+        state.counters["KiB_more"] =
+                4.0 * (static_cast<double>(residentPages()) - static_cast<double>(pages));
+        state.counters["descriptors_more"] =
+                static_cast<double>(descriptors()) - static_cast<double>(files);
+    }
+    end(upscaler);
+}
+
+const bool kRegistered = [] {
+    struct Row {
+        const char* name;
+        void (*run)(benchmark::State&);
+        int64_t iterations;
+    };
+    for (const auto& [name, run, iterations] :
+         {Row{"construction", construct, 11}, Row{"first_import", firstImport, 101},
+          Row{"command/fsr/sample", commandsWholeRun, 5}, Row{"calls_100000", manyCalls, 1}}) {
+        benchmark::RegisterBenchmark(name, run)
+                ->UseManualTime()
+                ->Repetitions(1)
+                ->Iterations(iterations)
+                ->Unit(benchmark::kMillisecond);
+    }
+    return true;
+}();
+
+}  // namespace
+}  // namespace bench

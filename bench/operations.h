@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the benchmarks share: the operations as rows, and buffers.
+#ifndef BENCH_OPERATIONS_H
+#define BENCH_OPERATIONS_H
+
+#include <cstdint>
+
+#include "upscaler/upscaler.h"
+
+namespace bench {
+
+using android::Fence;
+using android::GraphicBuffer;
+using android::sp;
+using android::Upscaler;
+
+struct Operation {
+    const char* name;
+    void (Upscaler::*call)(sp<GraphicBuffer>&, sp<GraphicBuffer>&, float, sp<Fence>*);
+};
+
+constexpr Operation kOperations[] = {
+        {"fsrResize", &Upscaler::fsrResize},     {"neaResize", &Upscaler::neaResize},
+        {"casSharpen", &Upscaler::casSharpen},   {"casResize", &Upscaler::casResize},
+        {"casvUpscale", &Upscaler::casvUpscale}, {"casTUpscale", &Upscaler::casTUpscale},
+};
+
+inline sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height) {
+    return new GraphicBuffer(
+            width, height, android::PIXEL_FORMAT_RGBA_8888, 1,
+            GraphicBuffer::USAGE_SW_READ_OFTEN | GraphicBuffer::USAGE_SW_WRITE_OFTEN |
+                    GraphicBuffer::USAGE_HW_TEXTURE | GraphicBuffer::USAGE_HW_RENDER,
+            "benchmark");
+}
+
+}  // namespace bench
+
+#endif  // BENCH_OPERATIONS_H

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the benchmarks compare the library with makes the library's own calls.
+#include "bench/bare_gl.h"
+
+#include <gmock/gmock.h>
+
+#include <set>
+
+#include "support/fixture.h"
+
+namespace android::test {
+namespace {
+
+// Each call with its arguments, but for those that are names of objects or addresses.
+std::vector<std::string> callsOf(const GlTrace& trace) {
+    const std::set<std::string> compared = {
+            "glUniform1i",     "glUniform1f", "glUniform4f",  "glUniform4ui", "glTexImage2D",
+            "glTexParameteri", "glViewport",  "glClearColor", "glClear",      "glDrawArrays"};
+    std::vector<std::string> calls;
+    for (const GlCall& call : trace.calls()) {
+        if (call.name == "glGetError" || call.name.rfind("atrace", 0) == 0) continue;
+        std::string text = call.name + " " + call.text;
+        // The first argument otherwise: a target or an object.
+        const bool isBind = call.name == "glBindTexture" || call.name == "glBindFramebuffer";
+        for (size_t i = 0; i < call.arguments.size(); ++i) {
+            if (compared.count(call.name) != 0 || (isBind && i == 0))
+                text += " " + std::to_string(call.arguments[i]);
+        }
+        calls.push_back(text);
+    }
+    return calls;
+}
+
+TEST(BareGlGLTest, MakesTheCallsOfEachOperation) {
+    OwnedUpscaler upscaler;
+    bench::BareGl bare;
+    sp<GraphicBuffer> src = makeBuffer(24, 16);
+    sp<GraphicBuffer> dst = makeBuffer(48, 64);
+    for (const bench::Operation& operation : bench::kOperations) {
+        for (const bool imported : {false, true}) {  // The first of all imports.
+            sp<Fence> fence;
+            std::vector<std::string> expected;
+            {
+                GlTrace trace;
+                ((*upscaler).*operation.call)(src, dst, 0.3f, &fence);
+                expected = callsOf(trace);
+            }
+            GlTrace trace;
+            fence = new Fence(bare.draw(operation, src, dst, 0.3f));
+            EXPECT_EQ(callsOf(trace), expected) << operation.name << (imported ? "" : " first");
+        }
+    }
+}
+
+}  // namespace
+}  // namespace android::test

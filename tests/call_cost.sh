@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# call_cost.sh CALL_COST NULL_DRIVER_FOLDER: what a call costs besides the driver, on buffers that are cached: memory
+# for the Fence and nothing else, and at most 6,000 instructions, the host's and the C library's included, however many
+# buffers are cached. Prints the counts.
+set -euo pipefail
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export LD_LIBRARY_PATH=$2
+
+# instructions OPERATION BUFFERS: for one call.
+instructions() {
+    local calls=200
+    valgrind -q --tool=callgrind --toggle-collect='*measured*' --callgrind-out-file="$work/out" \
+        "$1" "$2" $calls "$3" >/dev/null
+    echo $(($(sed -n 's/^totals: //p' "$work/out") / calls))
+}
+
+failed=0
+for operation in fsrResize neaResize casSharpen casResize casvUpscale casTUpscale; do
+    line=$("$1" $operation 1000)
+    count=$(instructions "$1" $operation 2)
+    echo "$line instructions $count"
+    [[ $line == *" allocations 1 "* && $count -gt 0 && $count -le 6000 ]] || failed=1
+done
+few=$(instructions "$1" casSharpen 10)
+many=$(instructions "$1" casSharpen 1000)
+echo "casSharpen of 10 and of 1000 buffers: instructions $few and $many"
+# A bucket may hold another buffer or two.
+[ $((many - few)) -le 100 ] || failed=1
+exit $failed
