@@ -101,23 +101,24 @@ TEST_F(UpscaleBatchGLTest, SizesMayChangeWithEachPicture) {
     }
 }
 
-TEST_F(UpscaleBatchGLTest, TheDriverDecidesWhetherToGoOn){const struct {std::string environment;
-int exitCode;
-std::string end;
-bool folder;
-}
-kRows[] = {false}, {faulty("bad-shaders"), 3, "\n", false},
-        {faulty("fence-timeout"), 1, "1 of 3 failed: in/a.png; 2 more were not tried\n", true},
-        {faulty("skip-draws"), 1, "3 of 3 failed: in/a.png, in/b.jpg, in/c.PNG\n", true},
-}
-;
-for (const auto& row : kRows) {
-    const Outcome outcome = runUpscale("--op cas --scale 2 in out/", row.environment);
-    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.environment;
-    EXPECT_THAT(outcome.err, EndsWith(row.end));
-    EXPECT_EQ(fs::exists("out"), row.folder) << row.environment;
-    EXPECT_TRUE(!row.folder || namesIn("out").empty());
-}
+TEST_F(UpscaleBatchGLTest, TheDriverDecidesWhetherToGoOn) {
+    const struct {
+        std::string fault;
+        int exitCode;
+        std::string end;
+        bool folder;
+    } kRows[] = {
+            {"bad-shaders", 3, "\n", false},
+            {"fence-timeout", 1, "1 of 3 failed: in/a.png; 2 more were not tried\n", true},
+            {"skip-draws", 1, "3 of 3 failed: in/a.png, in/b.jpg, in/c.PNG\n", true},
+    };
+    for (const auto& row : kRows) {
+        const Outcome outcome = runUpscale("--op cas --scale 2 in out/", faulty(row.fault));
+        EXPECT_EQ(outcome.exitCode, row.exitCode) << row.fault;
+        EXPECT_THAT(outcome.err, EndsWith(row.end));
+        EXPECT_EQ(fs::exists("out"), row.folder) << row.fault;
+        EXPECT_TRUE(!row.folder || namesIn("out").empty());
+    }
 }
 
 TEST_F(UpscaleBatchGLTest, ProgressIsForTerminalsOnly) {
