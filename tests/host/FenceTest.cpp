@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <ui/Fence.h>
 #include <unistd.h>
 
@@ -37,13 +39,32 @@ TEST(FenceTest, WithoutADescriptorNothingWaits) {
 }
 
 TEST(FenceTest, ABadDescriptorIsInvalid) {
-    const sp<Fence> fence = new Fence(1 << 20);
-    EXPECT_TRUE(fence->isValid());
-    EXPECT_EQ(fence->wait(0), -EINVAL);
-    EXPECT_EQ(fence->waitForever("test"), -EINVAL);
-    EXPECT_EQ(fence->getStatus(), Fence::Status::Invalid);
-    EXPECT_EQ(fence->getSignalTime(), Fence::SIGNAL_TIME_INVALID);
-    EXPECT_EQ(Fence::merge("test", fence, ManualFence().fence), Fence::NO_FENCE);
+    const sp<Fence> closed = new Fence(dup(STDERR_FILENO));
+    ASSERT_EQ(close(closed->get()), 0);
+    for (const sp<Fence>& fence :
+         {sp<Fence>(new Fence(1 << 20)), sp<Fence>(new Fence(-7)), closed}) {
+        EXPECT_EQ(fence->isValid(), fence->get() != -1);
+        EXPECT_EQ(fence->wait(0), -EINVAL);
+        EXPECT_EQ(fence->waitForever("test"), -EINVAL);
+        EXPECT_EQ(fence->getStatus(), Fence::Status::Invalid);
+        EXPECT_EQ(fence->getSignalTime(), Fence::SIGNAL_TIME_INVALID);
+        EXPECT_EQ(Fence::merge("test", fence, ManualFence().fence), Fence::NO_FENCE);
+    }
+}
+
+// Whatever poll says of it; a fence has no time of its own then.
+TEST(FenceTest, AForeignDescriptorIsWaitedFor) {
+    const auto fenceOf = [](int fd) { return sp<Fence>(new Fence(fd)); };
+    for (const auto& ready : {fenceOf(open("/dev/null", O_RDONLY)), fenceOf(open("/", O_RDONLY)),
+                              fenceOf(eventfd(1, 0))}) {
+        ASSERT_TRUE(ready->isValid());
+        EXPECT_EQ(ready->wait(0), NO_ERROR);
+        EXPECT_EQ(ready->getSignalTime(), Fence::SIGNAL_TIME_INVALID);
+    }
+    for (const auto& waiting : {fenceOf(eventfd(0, 0)), fenceOf(socket(AF_UNIX, SOCK_DGRAM, 0))}) {
+        EXPECT_EQ(waiting->wait(1), -ETIME);
+        EXPECT_EQ(waiting->getStatus(), Fence::Status::Unsignaled);
+    }
 }
 
 TEST(FenceTest, WaitsAsLongAsAsked) {

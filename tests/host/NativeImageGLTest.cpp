@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <sys/mman.h>
 
+#include <random>
+
 #include "host/GlClient.h"
 
 namespace android {
@@ -84,6 +86,11 @@ TEST(NativeImageGLTest, ArgumentsAreChecked) {
     for (const EGLClientBuffer pointer : {EGLClientBuffer{nullptr}, unreadable, gone})
         EXPECT_EQ(createError(display, EGL_NO_CONTEXT, pointer), EGL_BAD_PARAMETER);
     munmap(unreadable, 4096);
+    std::mt19937_64 random(5);
+    for (int i = 0; i < 1000; ++i) {
+        const auto pointer = reinterpret_cast<EGLClientBuffer>(random() >> random() % 64);
+        EXPECT_EQ(createError(display, EGL_NO_CONTEXT, pointer), EGL_BAD_PARAMETER);
+    }
 }
 
 TEST(EglErrorGLTest, IsTheLatestCallsAndIsGivenOnce) {
