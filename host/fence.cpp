@@ -45,6 +45,7 @@ Fence::Fence(base::unique_fd fenceFd) : mFenceFd(std::move(fenceFd)) {}
 
 status_t Fence::wait(int timeout) {
     if (!isValid()) return NO_ERROR;
+    if (mFenceFd.get() < 0) return -EINVAL;  // poll would pass over it, and wait all the same.
     using Clock = std::chrono::steady_clock;
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeout);
     pollfd polled{mFenceFd.get(), POLLIN, 0};

@@ -6,7 +6,6 @@
 #include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -19,6 +18,7 @@
 
 #include "failure.h"
 #include "manual.h"
+#include "number.h"
 
 namespace upscale {
 namespace {
@@ -38,16 +38,6 @@ class HelpFormatter : public CLI::Formatter {
 
 [[noreturn]] void usage(const std::string& option, const std::string& reason) {
     throw Failure(Exit::Usage, option, reason);
-}
-
-// The whole of the text as a number, or nothing.
-template <typename Number>
-std::optional<Number> parseNumber(const std::string& text) {
-    Number number{};
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end) return std::nullopt;
-    return number;
 }
 
 std::vector<std::string> split(const std::string& text, char separator) {

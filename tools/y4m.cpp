@@ -2,11 +2,11 @@
 #include "y4m.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <numeric>
 
 #include "failure.h"
+#include "number.h"
 
 namespace upscale {
 namespace {
@@ -49,15 +49,6 @@ bool isText(const std::string& line) {
 
 bool startsWith(const std::string& text, const std::string& start) {
     return text.compare(0, start.size(), start) == 0;
-}
-
-template <typename Number>
-std::optional<Number> parseNumber(const std::string& text) {
-    Number number{};
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end) return std::nullopt;
-    return number;
 }
 
 struct Ratio {
