@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // call_cost [OPERATION [CALLS [BUFFERS]]]: makes calls of one operation on buffers that are cached,
-// BUFFERS of them, and prints how often a call asked for memory. Run with the null driver, so that
-// nothing but the library and the host is seen; callgrind counts the instructions of `measured`.
+// BUFFERS of them, and prints how often a call asked for memory and what it took, and construction.
+// Run with the null driver, so that nothing but the library and the host is seen; callgrind counts
+// the instructions of `measured`.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -48,7 +49,11 @@ using Buffers = std::vector<sp<GraphicBuffer>>;
 }
 
 int run(const Operation& operation, unsigned calls, size_t count) {
+    using Clock = std::chrono::steady_clock;
+    using Nanoseconds = std::chrono::duration<double, std::nano>;
+    const Clock::time_point begin = Clock::now();
     Upscaler upscaler;
+    const Nanoseconds construction = Clock::now() - begin;
     Buffers buffers;
     sp<Fence> fence;
     for (size_t i = 0; i < count; i += 2) {
@@ -58,13 +63,14 @@ int run(const Operation& operation, unsigned calls, size_t count) {
     }
     (upscaler.*operation.call)(buffers[count - 2], buffers[count - 1], 0.5f, &fence);
 
-    const auto start = std::chrono::steady_clock::now();
+    const Clock::time_point start = Clock::now();
     counts = true;
     measured(upscaler, operation, buffers, calls, &fence);
     counts = false;
-    const std::chrono::duration<double, std::nano> time = std::chrono::steady_clock::now() - start;
-    std::printf("%s buffers %zu allocations %g nanoseconds %.0f\n", operation.name, count,
-                static_cast<double>(allocations) / calls, time.count() / calls);
+    const Nanoseconds time = Clock::now() - start;
+    std::printf("%s buffers %zu allocations %g nanoseconds %.0f construction %.0f\n",
+                operation.name, count, static_cast<double>(allocations) / calls,
+                time.count() / calls, construction.count());
     upscaler.clearOpenGLResources();
     upscaler.destroyEGL();
     return 0;

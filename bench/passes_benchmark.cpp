@@ -171,8 +171,8 @@ void chainsOverFetches(benchmark::State& state) {
 
 const bool kRegistered = [] {
     for (const auto& [name, run] :
-         {std::pair("passes_over_copy/540p_to_1080p", passesOverFloor),
-          std::pair("chain_over_fetches/540p_to_1080p", chainsOverFetches)}) {
+         {std::pair("passes_over_copy/540p_to_1080p", &passesOverFloor),
+          std::pair("chain_over_fetches/540p_to_1080p", &chainsOverFetches)}) {
         benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(21)->Unit(
                 benchmark::kMillisecond);
     }

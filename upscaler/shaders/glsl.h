@@ -8,7 +8,7 @@
 // Some texts pass a texel through max(x, 0.0) before its first min or max. That changes no bit, for
 // texels are not negative. It is for llvmpipe, which tests the second operand of each min and max
 // for NaN: a texel, sampled as a half-precision number, it tests as one, and such tests are not
-// vectorised. Without it they were a third of all instructions of a pass. abs() would not do: the
+// vectorised. Without it they were up to half of a pass's instructions. abs() would not do: the
 // compiler looks through it.
 
 #define GLSL_VERSION "#version 320 es\n"
