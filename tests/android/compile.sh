@@ -31,7 +31,7 @@ sources() { # MODULE
 }
 for target in aarch64-linux-gnu x86_64-linux-gnu; do
     compile=(clang++ --target=$target -std=c++17 -stdlib=libc++ -fno-rtti -fPIC $flags -I. -Iinclude
-        -isystem tests/android/include -isystem /usr/include/android)
+        -isystem tests/android/include -isystem /usr/include/android -idirafter /usr/$target/include)
     mkdir "$work/$target"
     for source in $(sources libupscaler); do
         "${compile[@]}" $(strings libupscaler cflags) -MD -c "$source" \
