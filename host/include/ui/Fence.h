@@ -21,10 +21,10 @@ class UPSCALER_HOST_API Fence : public LightRefBase<Fence> {
     static const sp<Fence> NO_FENCE;
     /// Timeout of `wait` that never ends.
     static constexpr int TIMEOUT_NEVER = -1;
-    /// `getSignalTime` without an answer: no such time, and not yet. Both are later than any time.
+    /// `getSignalTime` without an answer: no such time, and not yet.
     /// @{
-    static constexpr nsecs_t SIGNAL_TIME_INVALID = INT64_MAX;
-    static constexpr nsecs_t SIGNAL_TIME_PENDING = INT64_MAX - 1;
+    static constexpr nsecs_t SIGNAL_TIME_INVALID = -1;
+    static constexpr nsecs_t SIGNAL_TIME_PENDING = INT64_MAX;
     /// @}
 
     /// What `getStatus` tells.
