@@ -21,6 +21,19 @@ using ::testing::IsEmpty;
 
 constexpr int kLongMs = 60000;
 
+// An object with a pair of buffers that it has worked on.
+struct Warm {
+    OwnedUpscaler upscaler;
+    sp<GraphicBuffer> src = makeBuffer(16, 16);
+    sp<GraphicBuffer> dst = makeBuffer(40, 40);
+    sp<Fence> fence;
+
+    Warm() {
+        upscaler->casSharpen(src, dst, 0.5f, &fence);
+        EXPECT_EQ(fence->wait(kLongMs), NO_ERROR);
+    }
+};
+
 // A queue with an end.
 class FenceQueue {
   public:
@@ -66,12 +79,8 @@ bool useFence(const sp<Fence>& fence, const sp<Fence>& earlier, int turn) {
 }
 
 TEST(StressGLTest, FencesGoToManyThreads) {
-    OwnedUpscaler upscaler;
-    sp<GraphicBuffer> src = makeBuffer(16, 16);
-    sp<GraphicBuffer> dst = makeBuffer(40, 40);
-    sp<Fence> fence;
-    upscaler->casSharpen(src, dst, 0.5f, &fence);
-    ASSERT_EQ(fence->wait(kLongMs), NO_ERROR);
+    Warm warm;
+    auto& [upscaler, src, dst, fence] = warm;
     fence.clear();
     usleep(100000);  // The host lets go of its end.
     const size_t descriptors = openDescriptors();
@@ -177,12 +186,8 @@ TEST(StressGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
 
 TEST(StressGLTest, OutOfDescriptorsTheFenceIsInvalidAndTheRestGoesOn) {
     inAProcess([] {
-        OwnedUpscaler upscaler;
-        sp<GraphicBuffer> src = makeBuffer(16, 16);
-        sp<GraphicBuffer> dst = makeBuffer(40, 40);
-        sp<Fence> valid;
-        upscaler->casSharpen(src, dst, 0.5f, &valid);
-        ASSERT_EQ(valid->wait(kLongMs), NO_ERROR);
+        Warm warm;
+        auto& [upscaler, src, dst, valid] = warm;
         LogCapture log;
         std::vector<sp<Fence>> fences(operations().size());
         rlimit before = {};

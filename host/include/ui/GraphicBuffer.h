@@ -64,9 +64,8 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// @param inWidth, inHeight in pixels. If either is 0, one pixel stands behind it, and the
     ///     size is reported as asked.
     /// @param inLayerCount 0 and 1 mean one layer; more are not to be had.
-    /// @param inUsage reported by `getUsage`; the host enforces none of it. With
-    /// USAGE_SW_READ_OFTEN
-    ///     or USAGE_SW_WRITE_OFTEN the memory behind `lock` is kept for the next one.
+    /// @param inUsage reported by `getUsage`; the host enforces none of it. If it has
+    ///     USAGE_SW_READ_OFTEN or USAGE_SW_WRITE_OFTEN, the memory behind `lock` is kept.
     /// @param requestorName for the log line of a failure.
     GraphicBuffer(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat, uint32_t inLayerCount,
                   uint64_t inUsage, std::string requestorName = "<Unknown>");
@@ -99,8 +98,8 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// @param inUsage with at least one USAGE_SW_* bit; with no write bit, changes are dropped. A
     ///     lock for writing only still shows the pixels, so what it leaves alone stays as it was.
     /// @param vaddr not null; gets the first row's address, good until the last unlock, or null.
-    /// @param outBytesPerPixel, outBytesPerStride the pixel's and the row's size in bytes, if
-    /// wanted.
+    /// @param outBytesPerPixel, outBytesPerStride get the bytes of a pixel and of a row; may be
+    ///     null.
     /// @return OK; BAD_VALUE for no pixels, no USAGE_SW_* bit, a null `vaddr` or a rectangle that
     ///     leaves the bounds; NO_INIT once the process is on its way out; UNKNOWN_ERROR from GL.
     status_t lock(uint32_t inUsage, void** vaddr, int32_t* outBytesPerPixel = nullptr,
