@@ -29,16 +29,13 @@ constexpr struct {
         {0x0777, "unknown error"},
 };
 
-class FaultGLTest : public ::testing::Test {
-  protected:
-    void TearDown() override { resizeBufferLogLevel = 0; }
-
-    sp<GraphicBuffer> src = makeBuffer(kSrcWidth, kSrcHeight);
-    sp<GraphicBuffer> dst = makeBuffer(kDstWidth, kDstHeight);
-    sp<Fence> fence;
-};
+using FaultGLTest = LibraryTest;
 
 // ---- GL, behind each of its calls ----
+
+TEST_F(FaultGLTest, NoErrorHasANameOfItsOwn) {
+    EXPECT_STREQ(opengl_errno_name(GL_NO_ERROR), "NO_ERROR");
+}
 
 TEST_F(FaultGLTest, GlInConstruction) {
     expectEachCheckReports(scriptOf("include construction"), GL_OUT_OF_MEMORY, "OUT_OF_MEMORY", [] {
@@ -75,7 +72,7 @@ TEST_F(FaultGLTest, GlInTeardown) {
 TEST_F(FaultGLTest, GlInAProgramThatDoesNotBuild) {
     OwnedUpscaler upscaler;
     const std::string broken = "#version 320 es\nvoid main() { nonsense = 1; }\n";
-    LogCapture log;
+    log.clear();
     GlTrace trace;
     trace.raiseAlways(GL_INVALID_VALUE);
     GfxShader(broken, broken);
@@ -88,7 +85,7 @@ TEST_F(FaultGLTest, GlInAProgramThatDoesNotBuild) {
                                    "&ProgramErrorMessage[0]) failed: INVALID_VALUE \n")));
 }
 
-class OperationFaultGLTest : public FaultGLTest,
+class OperationFaultGLTest : public LibraryTest,
                              public ::testing::WithParamInterface<OperationRow> {
   protected:
     void call() { ((*upscaler).*GetParam().call)(src, dst, 0.5f, &fence); }
@@ -130,7 +127,7 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
     const std::vector<std::string> undisturbed = callNames();
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.fails);
-        LogCapture log;
+        log.clear();
         GlTrace trace;
         trace.failNext(row.fails);
         fence.clear();
@@ -151,7 +148,7 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
     }
     // Its result is not asked for.
     GlTrace trace;
-    LogCapture log;
+    log.clear();
     trace.failNext("eglDestroySyncKHR");
     call();
     EXPECT_TRUE(fence->isValid());
@@ -161,7 +158,7 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
 TEST_P(OperationFaultGLTest, Images) {
     for (size_t failing = 0; failing < 2; ++failing) {
         OwnedUpscaler fresh;
-        LogCapture log;
+        log.clear();
         GlTrace trace;
         trace.failNext("eglCreateImageKHR", failing);
         ((*fresh).*GetParam().call)(src, dst, 0.5f, &fence);
@@ -203,7 +200,7 @@ TEST_F(FaultGLTest, EglInConstruction) {
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.call);
-        LogCapture log;
+        log.clear();
         GlTrace trace;
         trace.failNext(row.call);
         trace.setEglError(0x3003);
@@ -245,7 +242,7 @@ TEST_F(FaultGLTest, AMissingEntryPointFailsLikeItsCall) {
                         {"eglWaitSyncKHR", nullptr, true}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.missing);
-        LogCapture log;
+        log.clear();
         GlTrace trace;
         trace.failNext(std::string("eglGetProcAddress:") + row.missing);
         OwnedUpscaler upscaler;
@@ -268,7 +265,7 @@ TEST_F(FaultGLTest, TheContextIsLost) {
         SCOPED_TRACE(row.name);
         Upscaler lost;
         ((lost).*row.call)(src, dst, 0.5f, &fence);
-        LogCapture log;
+        log.clear();
         GlTrace trace;
         trace.loseContext();
         ((lost).*row.call)(src, dst, 0.5f, &fence);
@@ -281,7 +278,7 @@ TEST_F(FaultGLTest, TheContextIsLost) {
         EXPECT_EQ(UpscalerPeer::context(lost), EGL_NO_CONTEXT);
     }
     eglMakeCurrent(eglGetCurrentDisplay(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-    LogCapture log;
+    log.clear();
     OwnedUpscaler next;
     next->fsrResize(src, dst, 0.0f, &fence);
     EXPECT_EQ(fence->wait(10000), NO_ERROR);
@@ -290,7 +287,7 @@ TEST_F(FaultGLTest, TheContextIsLost) {
 
 // Every shader is refused: the lines of nine programs, and an object that can still be called.
 TEST_F(FaultGLTest, TheCompilerRefuses) {
-    LogCapture log;
+    log.clear();
     GlTrace trace;
     trace.failNext("glCompileShader", 0, GlTrace::kAlways);
     OwnedUpscaler upscaler;
@@ -307,7 +304,7 @@ TEST_F(FaultGLTest, TeardownAsksForNoResult) {
         Upscaler upscaler;
         upscaler.casSharpen(src, dst, 0.5f, &fence);
         ASSERT_EQ(fence->wait(10000), OK);
-        LogCapture log;
+        log.clear();
         GlTrace trace;
         trace.failNext(call);
         upscaler.clearOpenGLResources();

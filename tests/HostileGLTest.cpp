@@ -24,7 +24,7 @@ using ::testing::StartsWith;
 
 using Bytes = std::vector<uint8_t>;
 
-class HostileGLTest : public ::testing::Test {
+class HostileGLTest : public LibraryTest {
   protected:
     void call(const OperationRow& row, float sharpness = 0.5f) {
         log.clear();
@@ -34,10 +34,6 @@ class HostileGLTest : public ::testing::Test {
     }
 
     OwnedUpscaler upscaler;
-    LogCapture log;
-    sp<GraphicBuffer> src = makeBuffer(8, 6);
-    sp<GraphicBuffer> dst = makeBuffer(12, 9);
-    sp<Fence> fence;
 };
 
 void fillBytes(const sp<GraphicBuffer>& buffer, uint8_t value) {

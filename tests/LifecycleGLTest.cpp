@@ -11,15 +11,7 @@ namespace {
 
 using ::testing::IsEmpty;
 
-class LifecycleGLTest : public ::testing::Test {
-  protected:
-    void TearDown() override {
-        property_set(kLevelProperty, "");
-        resizeBufferLogLevel = 0;
-    }
-
-    LogCapture log;
-};
+using LifecycleGLTest = LibraryTest;
 
 TEST_F(LifecycleGLTest, LevelIsReadFromThePropertyInBase16) {
     constexpr struct {

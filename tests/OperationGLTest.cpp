@@ -12,17 +12,11 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class OperationGLTest : public ::testing::TestWithParam<OperationRow> {
+class OperationGLTest : public LibraryTest, public ::testing::WithParamInterface<OperationRow> {
   protected:
-    void TearDown() override { resizeBufferLogLevel = 0; }
-
     void call() { ((*upscaler).*GetParam().call)(src, dst, 0.5f, &fence); }
 
     OwnedUpscaler upscaler;
-    LogCapture log;
-    sp<GraphicBuffer> src = makeBuffer(24, 16);
-    sp<GraphicBuffer> dst = makeBuffer(41, 30);
-    sp<Fence> fence = Fence::NO_FENCE;
 };
 
 TEST_P(OperationGLTest, EmptyBufferIsOneErrorLineAndNothingElse) {
@@ -43,16 +37,6 @@ TEST_P(OperationGLTest, EmptyBufferIsOneErrorLineAndNothingElse) {
             EXPECT_EQ(trace.count("atrace_get_enabled_tags"), 2u);
             *missing = kept;
         }
-    }
-}
-
-TEST_P(OperationGLTest, DebugLinesNeedBothBits) {
-    for (const uint32_t level : {0u, 0x20u, 0x01u, 0x3Fu}) {
-        resizeBufferLogLevel = level;
-        log.clear();
-        call();
-        EXPECT_EQ(log.debug().empty(), level != 0x3F);
-        EXPECT_THAT(log.errors(), IsEmpty());
     }
 }
 

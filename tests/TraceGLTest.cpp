@@ -3,12 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "support/fixture.h"
 #include "support/operations.h"
 
 namespace android::test {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -24,18 +27,7 @@ void expectNoneOf(const GlTrace& trace, std::initializer_list<const char*> names
         EXPECT_EQ(trace.count(name), 0u) << name;
 }
 
-class TraceGLTest : public ::testing::Test {
-  protected:
-    void TearDown() override {
-        property_set(kLevelProperty, "");
-        resizeBufferLogLevel = 0;
-    }
-
-    LogCapture log;
-    sp<GraphicBuffer> src = makeBuffer(kSrcWidth, kSrcHeight);
-    sp<GraphicBuffer> dst = makeBuffer(kDstWidth, kDstHeight);
-    sp<Fence> fence;
-};
+using TraceGLTest = LibraryTest;
 
 TEST_F(TraceGLTest, Construction) {
     for (const auto& level : kLevels) {
@@ -119,7 +111,20 @@ TEST_F(TraceGLTest, DestructorAndResizeBufferTouchNothing) {
     EXPECT_TRUE(follows(trace, scriptOf("| >> ~Upscaler\n| << ~Upscaler"), words, Lines::Expected));
 }
 
-class OperationTraceGLTest : public TraceGLTest,
+TEST_F(TraceGLTest, ABuffersKeyIsLogged) {
+    OwnedUpscaler upscaler;
+    resizeBufferLogLevel = 0x21;
+    upscaler->casSharpen(src, dst, 0.5f, &fence);
+    for (const sp<GraphicBuffer>& buffer : {src, dst}) {
+        std::ostringstream text;
+        text << "get_texture: clientBuffer = " << static_cast<void*>(buffer->getNativeBuffer())
+             << ", client buffer to hash=" << bufferKey(buffer);
+        EXPECT_THAT(log.debug(), Contains(text.str()));
+        EXPECT_EQ(UpscalerPeer::textures(*upscaler).count(bufferKey(buffer)), 1u);
+    }
+}
+
+class OperationTraceGLTest : public LibraryTest,
                              public ::testing::WithParamInterface<OperationRow> {};
 
 TEST_P(OperationTraceGLTest, OnAMissAndOnAHit) {

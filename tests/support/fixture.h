@@ -125,6 +125,20 @@ inline std::vector<uint32_t> pixelsOf(const sp<GraphicBuffer>& buffer) {
     return pixels;
 }
 
+// A test of the library, without debug lines unless it asks for them.
+class LibraryTest : public ::testing::Test {
+  protected:
+    ~LibraryTest() override {
+        property_set(kLevelProperty, "");
+        resizeBufferLogLevel = 0;
+    }
+
+    LogCapture log;
+    sp<GraphicBuffer> src = makeBuffer(24, 16);
+    sp<GraphicBuffer> dst = makeBuffer(48, 64);
+    sp<Fence> fence = Fence::NO_FENCE;
+};
+
 // The cache's key for a buffer: a hash of its native buffer's address.
 inline uint64_t bufferKey(const sp<GraphicBuffer>& buffer) {
     const uint64_t p = reinterpret_cast<uintptr_t>(buffer->getNativeBuffer());

@@ -12,6 +12,7 @@ namespace {
 
 std::mutex gMutex;
 std::vector<LogLine> gLines;
+int gCaptures = 0;
 
 void capture(const __android_logger_data* data, const char* message) {
     const std::lock_guard<std::mutex> lock(gMutex);
@@ -23,11 +24,12 @@ void capture(const __android_logger_data* data, const char* message) {
 
 LogCapture::LogCapture() {
     clear();
+    ++gCaptures;
     __android_log_set_logger(capture);
 }
 
 LogCapture::~LogCapture() {
-    __android_log_set_logger(__android_log_stderr_logger);
+    if (--gCaptures == 0) __android_log_set_logger(__android_log_stderr_logger);
 }
 
 std::vector<LogLine> LogCapture::lines() const {
