@@ -154,16 +154,16 @@ TEST_F(TraceGLTest, ShadersReadAllThatIsSentButForOneUniform) {
     OwnedUpscaler upscaler;
     const Words words = wordsOf(*upscaler, src, dst);
     for (const OperationRow& row : operations()) {
-        for (const PassRow& pass : row.passes) {
-            const auto program = static_cast<GLuint>(words.at(pass.program));
-            EXPECT_NE(glGetUniformLocation(program, "screenTexture"), -1) << pass.program;
-            for (const UniformRow& uniform : pass.uniforms) {
-                // Not read, but a driver may keep it.
-                if (pass.program == "mCasSharpenShaderP" && uniform.name == std::string("Const0"))
-                    continue;
-                EXPECT_NE(glGetUniformLocation(program, uniform.name), -1)
-                        << pass.program << " " << uniform.name;
-            }
+        std::string program;
+        for (const Step& step : operationScript(row, Cache::Hit)) {
+            if (step.kind == Step::Let && step.text == "ID") program = step.argument;
+            // Not read, but a driver may keep it.
+            const bool unread = program == "mCasSharpenShaderP" && step.argument == "Const0";
+            if (step.text.find("glGetUniformLocation(") == std::string::npos || unread) continue;
+            EXPECT_NE(glGetUniformLocation(static_cast<GLuint>(words.at(program)),
+                                           step.argument.c_str()),
+                      -1)
+                    << program << " " << step.argument;
         }
     }
 }

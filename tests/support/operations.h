@@ -16,31 +16,12 @@ namespace android::test {
 // The scripts' uniforms are those of a source of 24 x 16 pixels and a destination of 48 x 64.
 constexpr uint32_t kSrcWidth = 24, kSrcHeight = 16, kDstWidth = 48, kDstHeight = 64;
 
-struct UniformRow {
-    const char* name;
-    const char* setter;  // setFloat, setVec4, setUvec4
-    std::vector<uint32_t> bits;
-};
-
-struct PassRow {
-    std::string program;               // the member
-    std::vector<UniformRow> uniforms;  // behind the sampler, in order
-    std::string target;
-    std::string frameBuffer;
-    std::string size;  // of the target: "src" or "dst"
-    std::string input;
-};
-
 struct OperationRow {
-    std::string name;
+    std::string name;  // of its script, too
     void (Upscaler::*call)(sp<GraphicBuffer>&, sp<GraphicBuffer>&, float, sp<Fence>*);
-    float sharpness;  // the one that the uniforms are for
-    std::vector<PassRow> passes;
-    std::string magnification;
-    bool clears;
-    bool flushesBeforeDup;
+    float sharpness;  // the script's
+    size_t passes;
     size_t traceQueries;
-    bool deletesEasu;  // mTextureColorEasu, before mTextureColorCopy
 };
 
 std::ostream& operator<<(std::ostream& out, const OperationRow& row);

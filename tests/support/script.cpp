@@ -11,6 +11,7 @@
 #include <cctype>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -87,6 +88,18 @@ struct CallText {
     bool deletes() const { return function.compare(0, 8, "glDelete") == 0; }
 };
 
+uint32_t bitsOf(float value) {
+    uint32_t bits;
+    std::memcpy(&bits, &value, sizeof(bits));
+    return bits;
+}
+
+float floatOf(uint32_t bits) {
+    float value;
+    std::memcpy(&value, &bits, sizeof(value));
+    return value;
+}
+
 uint64_t valueOf(std::string word, const Words& words, std::string& unknown) {
     const size_t cast = word.find(')');
     if (word[0] == '(' && cast + 1 < word.size()) word.erase(0, cast + 1);
@@ -94,13 +107,9 @@ uint64_t valueOf(std::string word, const Words& words, std::string& unknown) {
         const auto found = dictionary->find(word);
         if (found != dictionary->end()) return found->second;
     }
-    if (word.back() == 'f' && std::isdigit(static_cast<unsigned char>(word[0]))) {
-        const float value = std::stof(word);
-        uint32_t bits;
-        std::memcpy(&bits, &value, sizeof(bits));
-        return bits;
-    }
-    if (std::isdigit(static_cast<unsigned char>(word[0]))) return std::stoull(word);
+    const bool isNumber = std::isdigit(static_cast<unsigned char>(word[0])) || word[0] == '-';
+    if (isNumber && word.find('.') != std::string::npos) return bitsOf(std::stof(word));
+    if (isNumber) return std::stoull(word, nullptr, 0);
     unknown = word;
     return 0;
 }
@@ -115,15 +124,10 @@ std::string difference(const GlCall& call, const Step& step, Words& words) {
         out << " takes " << call.arguments.size() << " arguments";
         return out.str();
     }
-    const size_t told = text.arguments.size() - step.values.size();
     for (size_t i = 0; i < text.arguments.size(); ++i) {
         const std::string& word = text.arguments[i];
         std::string unknown;
-        if (i >= told) {
-            if (step.values[i - told] != call.arguments[i])
-                out << " " << word << " has the bits " << call.arguments[i] << ", not "
-                    << step.values[i - told];
-        } else if (word[0] == '&') {
+        if (word[0] == '&') {
             if (text.makes()) words[word.substr(1)] = call.result;
             if (text.deletes() && call.result != valueOf(word.substr(1), words, unknown))
                 out << " deletes " << call.result << ", not " << word;
@@ -145,21 +149,25 @@ std::string replaced(std::string text, const std::string& what, const std::strin
     return text;
 }
 
+// {word} as an int, {word:x} in hexadecimal, {word:f} as the float of these bits. Handles are
+// printed by their low 32 bits.
 std::string filledIn(std::string line, const Words& words) {
     for (size_t open; (open = line.find('{')) != std::string::npos;) {
         const size_t close = line.find('}', open);
         std::string word = line.substr(open + 1, close - open - 1);
-        const bool hex = word.size() > 2 && word.compare(word.size() - 2, 2, ":x") == 0;
-        if (hex) word.resize(word.size() - 2);
+        const char form = word[word.size() - 2] == ':' ? word.back() : 'd';
+        if (form != 'd') word.resize(word.size() - 2);
         std::string unknown;
-        std::ostringstream value;
-        // Handles are printed by their low 32 bits, GL's locations and names as ints.
         const auto bits = static_cast<uint32_t>(valueOf(word, words, unknown));
-        if (hex)
+        std::ostringstream value;
+        if (!unknown.empty())
+            value << "?" << unknown << "?";
+        else if (form == 'x')
             value << "0x" << std::hex << bits;
         else
-            value << static_cast<int32_t>(bits);
-        line.replace(open, close - open + 1, unknown.empty() ? value.str() : "?" + unknown + "?");
+            value << (form == 'f' ? std::to_string(floatOf(bits))
+                                  : std::to_string(static_cast<int32_t>(bits)));
+        line.replace(open, close - open + 1, value.str());
     }
     return line;
 }
@@ -203,6 +211,7 @@ Script scriptOf(const std::string& text, const Parameters& parameters) {
         }
         for (const auto& [name, value] : parameters)
             line = replaced(line, "${" + name + "}", value);
+        line = std::regex_replace(line, std::regex(R"(\$\{\w+\})"), "");  // What is not given.
         if (line.compare(0, 8, "include ") == 0) {
             std::istringstream words(line.substr(8));
             std::string file, word;
@@ -224,9 +233,7 @@ Script scriptOf(const std::string& text, const Parameters& parameters) {
         const auto file = parameters.find("file");
         Step step = {Step::Call,
                      file == parameters.end() || file->second.empty() ? "upscaler" : file->second,
-                     "",
-                     "",
-                     {}};
+                     "", ""};
         if (line[0] == '|') {
             step.kind = Step::Line;
             line = replaced(line.substr(2), "\\n", "\n");
@@ -239,9 +246,6 @@ Script scriptOf(const std::string& text, const Parameters& parameters) {
                 step.kind = Step::UncheckedCall;
                 line.erase(0, 1);
             }
-            std::istringstream values(after(line, " := "));
-            for (uint32_t value; values >> value;)
-                step.values.push_back(value);
             step.argument = after(line, " <- ");
         }
         step.text = line;

@@ -25,8 +25,7 @@ struct Step {
     Kind kind;
     std::string file;  // of the library, as the log prints it
     std::string text;
-    std::string argument;          // Call: the string it passes, if any; Let: what the word becomes
-    std::vector<uint32_t> values;  // Call: its last arguments, where the text does not tell them
+    std::string argument;  // Call: the string it passes, if any; Let: what the word becomes
 };
 
 using Script = std::vector<Step>;
