@@ -40,17 +40,6 @@ TEST_P(OperationGLTest, EmptyBufferIsOneErrorLineAndNothingElse) {
     }
 }
 
-TEST_P(OperationGLTest, FenceReplacesTheOldOneAndSignals) {
-    sp<Fence> old = new Fence();
-    fence = old;
-    call();
-    EXPECT_NE(fence, old);
-    EXPECT_EQ(old->getStrongCount(), 1);
-    ASSERT_TRUE(fence->isValid());
-    EXPECT_EQ(fence->wait(10000), OK);
-    EXPECT_EQ(fence->getStatus(), Fence::Status::Signaled);
-}
-
 INSTANTIATE_TEST_SUITE_P(All, OperationGLTest, ::testing::ValuesIn(operations()),
                          [](const auto& row) { return row.param.name; });
 
