@@ -33,8 +33,17 @@ using FaultGLTest = LibraryTest;
 
 // ---- GL, behind each of its calls ----
 
-TEST_F(FaultGLTest, NoErrorHasANameOfItsOwn) {
+TEST_F(FaultGLTest, ClientsHaveTheCheckAndTheNamesToo) {
     EXPECT_STREQ(opengl_errno_name(GL_NO_ERROR), "NO_ERROR");
+    for (const auto& error : kErrors)
+        EXPECT_STREQ(opengl_errno_name(error.code), error.name);
+    GlTrace trace;
+    trace.raiseAfter(0, GL_OUT_OF_MEMORY);
+    opengl_check_error("some/path", 7, "glFlush()");
+    opengl_check_error("some/path", 8, "glFinish()");  // No error is left.
+    EXPECT_EQ(trace.count("glGetError"), 2u);
+    EXPECT_THAT(log.errors(),
+                ElementsAre("glGetError failed some/path: 7: glFlush() failed: OUT_OF_MEMORY \n"));
 }
 
 TEST_F(FaultGLTest, GlInConstruction) {
