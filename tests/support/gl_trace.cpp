@@ -9,6 +9,7 @@
 #include <dlfcn.h>
 
 #include <atomic>
+#include <cstring>
 #include <sstream>
 #include <tuple>
 #include <type_traits>

@@ -8,7 +8,6 @@
 #define TESTS_SUPPORT_GL_TRACE_H
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -19,15 +18,6 @@ struct GlCall {
     std::vector<uint64_t> arguments;  // as bit patterns
     uint64_t result = 0;              // of a glGen or glDelete call: the name
     std::string text;                 // the string arguments: uniform names, entry point names
-
-    int32_t intAt(size_t i) const { return static_cast<int32_t>(arguments.at(i)); }
-    uint32_t uintAt(size_t i) const { return static_cast<uint32_t>(arguments.at(i)); }
-    float floatAt(size_t i) const {
-        const uint32_t bits = uintAt(i);
-        float value;
-        std::memcpy(&value, &bits, sizeof(value));
-        return value;
-    }
 };
 
 class GlTrace {
