@@ -9,7 +9,6 @@
 #include "folder.h"
 #include "png_samples.h"
 #include "tools/alpha.h"
-#include "tools/failure.h"
 
 namespace {
 
@@ -31,20 +30,6 @@ std::string stored(const Picture& picture, const Encoding& encoding) {
     return readBytes("stored");
 }
 
-Picture loaded(const std::string& bytes) {
-    writeBytes("in", bytes);
-    return upscale::openPicture("in")->read();
-}
-
-std::string reasonOf(const std::string& bytes) {
-    try {
-        loaded(bytes);
-    } catch (const upscale::Failure& failure) {
-        return failure.what();
-    }
-    return "read without a failure";
-}
-
 Picture slopes(std::uint32_t width, std::uint32_t height, bool transparent) {
     return painted(width, height, [=](unsigned x, unsigned y) -> Rgba {
         const auto byte = [](unsigned v) { return static_cast<std::uint8_t>(v % 256); };
@@ -52,26 +37,17 @@ Picture slopes(std::uint32_t width, std::uint32_t height, bool transparent) {
     });
 }
 
-// A JPEG file with a segment of EXIF data right at its start.
-std::string withExif(const std::string& jpeg, const std::string& data) {
-    const std::string content = std::string("Exif\0", 6) + data;
-    const auto size = static_cast<char>(content.size() + 2);
-    return jpeg.substr(0, 2) + "\xff\xe1" + '\0' + size + content + jpeg.substr(2);
-}
-
-// A directory of one other entry and the orientation.
-std::string exifOf(int orientation, bool bigEndian) {
-    const auto number = [bigEndian](unsigned value, unsigned bytes) {
-        std::string text;
-        for (unsigned i = 0; i < bytes; ++i)
-            text += static_cast<char>(value >> 8 * (bigEndian ? bytes - 1 - i : i));
-        return text;
-    };
-    const auto entry = [&](unsigned tag, unsigned value) {
-        return number(tag, 2) + number(3, 2) + number(1, 4) + number(value, 2) + number(0, 2);
-    };
-    return (bigEndian ? "MM" : "II") + number(42, 2) + number(8, 4) + number(2, 2) +
-           entry(0x0103, 6) + entry(0x0112, static_cast<unsigned>(orientation)) + number(0, 4);
+// The JPEG file with an EXIF segment that tells its orientation, in one byte order or the other.
+std::string turned(const std::string& jpeg, int orientation) {
+    const std::string size(
+            "\xff\xe1\0\x22"
+            "Exif\0",
+            10);
+    const std::string big("MM\0*\0\0\0\x08\0\1\1\x12\0\3\0\0\0\1\0?\0\0\0\0\0\0", 26);
+    const std::string little("II*\0\x08\0\0\0\1\0\x12\1\3\0\1\0\0\0?\0\0\0\0\0\0\0", 26);
+    std::string exif = size + (orientation % 2 == 0 ? big : little);
+    exif[exif.find('?')] = static_cast<char>(orientation);
+    return jpeg.substr(0, 2) + exif + jpeg.substr(2);
 }
 
 TEST_F(PictureFileTest, PixelsSurvive) {
@@ -130,7 +106,7 @@ TEST_F(PictureFileTest, JpegsAreTurnedUpright) {
                                      "0213", "2031", "3120", "1302"};
     for (int orientation = 1; orientation <= 8; ++orientation) {
         SCOPED_TRACE(orientation);
-        writeBytes("in", withExif(jpeg, exifOf(orientation, orientation % 2 == 0)));
+        writeBytes("in", turned(jpeg, orientation));
         const auto reader = upscale::openPicture("in");
         const Picture read = reader->read();
         EXPECT_EQ(read.width, orientation < 5 ? 32u : 16u);
@@ -146,9 +122,6 @@ TEST_F(PictureFileTest, JpegsAreTurnedUpright) {
                 EXPECT_NEAR(pixel[c], kCorners[corner][c], 6) << i << c;
         }
     }
-    const std::string exif = exifOf(6, true);
-    for (std::size_t length = 0; length + 18 < exif.size(); ++length)
-        EXPECT_EQ(loaded(withExif(jpeg, exif.substr(0, length))).width, 32u) << length;
 }
 
 TEST_F(PictureFileTest, NoPartOfAFileIsTakenForTheWhole) {
@@ -157,12 +130,6 @@ TEST_F(PictureFileTest, NoPartOfAFileIsTakenForTheWhole) {
         for (std::size_t length = 12; length < whole.size(); ++length)
             ASSERT_THAT(reasonOf(whole.substr(0, length)), HasSubstr("in: the file is cut short"))
                     << length;
-        for (std::size_t at = 12; at < whole.size(); ++at) {
-            std::string damaged = whole;
-            damaged[at] = static_cast<char>(damaged[at] ^ 0x21);
-            // A failure or not: the formats have no checksums. It may not crash.
-            EXPECT_THAT(reasonOf(damaged), testing::Not(HasSubstr("\n")));
-        }
     }
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "folder.h"
+#include "tools/failure.h"
 #include "tools/png_file.h"
 
 namespace {
@@ -110,6 +111,20 @@ void savePng(const std::string& path, const upscale::Picture& picture) {
 
 upscale::Picture loadPng(const std::string& path) {
     return upscale::openPicture(path)->read();
+}
+
+upscale::Picture loaded(const std::string& bytes) {
+    writeBytes("in", bytes);
+    return loadPng("in");
+}
+
+std::string reasonOf(const std::string& bytes) {
+    try {
+        loaded(bytes);
+    } catch (const upscale::Failure& failure) {
+        return failure.what();
+    }
+    return "";
 }
 
 int storedColourType(const std::string& path) {

@@ -40,6 +40,10 @@ upscale::Picture writeSamplePng(const std::string& path, const PngKind& kind, st
 /// Writes a picture as the tool does.
 void savePng(const std::string& path, const upscale::Picture& picture);
 upscale::Picture loadPng(const std::string& path);
+/// Reads the bytes of a file, by the name "in".
+upscale::Picture loaded(const std::string& bytes);
+/// Why the bytes of a file cannot be read; empty if they can.
+std::string reasonOf(const std::string& bytes);
 
 /// The colour type in the file's header.
 int storedColourType(const std::string& path);
