@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/GlClient.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace android {
 namespace {
-
-constexpr EGLBoolean kTrue = EGL_TRUE;
 
 constexpr char kVertex[] = R"(#version 300 es
 void main() {
@@ -14,31 +13,38 @@ void main() {
 })";
 
 // The loop's result is not known to the compiler, and never changes the colour.
-constexpr char kSlowFragment[] = R"(#version 300 es
+constexpr char kFragment[] = R"(#version 300 es
+#extension GL_OES_EGL_image_external_essl3 : require
 precision highp float;
+uniform highp samplerExternalOES source;
 uniform int rounds;
 out vec4 result;
 void main() {
     float value = gl_FragCoord.x * 0.001;
     for (int i = 0; i < rounds; ++i) value = fract(sin(value) * 43758.5453 + 0.1);
-    result = vec4(value > 2.0 ? value : 1.0);
+    vec4 colour = texelFetch(source, ivec2(gl_FragCoord.xy), 0);
+    result = value > 2.0 ? vec4(value) : colour;
 })";
 
-constexpr char kSampleFragment[] = R"(#version 300 es
-#extension GL_OES_EGL_image_external_essl3 : require
-precision highp float;
-uniform highp samplerExternalOES source;
-uniform ivec2 size;
-out vec4 result;
-void main() { result = texture(source, gl_FragCoord.xy / vec2(size)); }
-)";
+void bindNewTexture(GLenum target, EGLImageKHR image) {
+    const PFNGLEGLIMAGETARGETTEXTURE2DOESPROC setImage = EntryPoint{"glEGLImageTargetTexture2DOES"};
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(target, texture);
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    if (image != EGL_NO_IMAGE_KHR) setImage(target, image);
+    if (target != GL_TEXTURE_2D) return;
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+}
 
-// Fills the whole target. A shader that does not compile leaves a GL error, which the client's end
-// reports.
-void draw(const char* fragmentSource, int width, int height, int rounds = 0) {
+// Draws what the external sampler reads to a new target. A shader that does not compile leaves a GL
+// error, which the client's end reports.
+void draw(int width, int height, int rounds) {
+    bindNewTexture(GL_TEXTURE_2D, EGL_NO_IMAGE_KHR);
+    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA32F, width, height);
     const GLuint program = glCreateProgram();
     for (const auto& [kind, source] : {std::pair(GLenum{GL_VERTEX_SHADER}, kVertex + 0),
-                                       std::pair(GLenum{GL_FRAGMENT_SHADER}, fragmentSource)}) {
+                                       std::pair(GLenum{GL_FRAGMENT_SHADER}, kFragment + 0)}) {
         const GLuint shader = glCreateShader(kind);
         glShaderSource(shader, 1, &source, nullptr);
         glCompileShader(shader);
@@ -46,26 +52,23 @@ void draw(const char* fragmentSource, int width, int height, int rounds = 0) {
     }
     glLinkProgram(program);
     glUseProgram(program);
-    glUniform2i(glGetUniformLocation(program, "size"), width, height);
     glUniform1i(glGetUniformLocation(program, "rounds"), rounds);
     glViewport(0, 0, width, height);
     glDrawArrays(GL_TRIANGLES, 0, 3);
 }
 
-GLuint bindNewTexture(GLenum target, EGLImageKHR image = EGL_NO_IMAGE_KHR) {
-    const PFNGLEGLIMAGETARGETTEXTURE2DOESPROC setImage = EntryPoint{"glEGLImageTargetTexture2DOES"};
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(target, texture);
-    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    if (image != EGL_NO_IMAGE_KHR) setImage(target, image);
-    return texture;
-}
-
-void drawInto(GLuint texture) {
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
-    EXPECT_EQ(glCheckFramebufferStatus(GL_FRAMEBUFFER), GLenum{GL_FRAMEBUFFER_COMPLETE});
+// Calls use(byte) for each byte of the pixels, without the stride's padding, under a lock.
+template <typename Use>
+void eachByte(const sp<GraphicBuffer>& buffer, uint32_t usage, Use use) {
+    void* address = nullptr;
+    int32_t pixelBytes = 0;
+    int32_t stride = 0;
+    ASSERT_EQ(buffer->lock(usage, &address, &pixelBytes, &stride), OK);
+    for (uint32_t y = 0; y < buffer->getHeight(); ++y) {
+        uint8_t* const row = static_cast<uint8_t*>(address) + y * static_cast<size_t>(stride);
+        std::for_each_n(row, buffer->getWidth() * static_cast<size_t>(pixelBytes), use);
+    }
+    EXPECT_EQ(buffer->unlock(), OK);
 }
 
 }  // namespace
@@ -78,22 +81,13 @@ sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height, PixelFormat format
 
 Bytes readPixels(const sp<GraphicBuffer>& buffer) {
     Bytes pixels;
-    eachRow(buffer, kRead,
-            [&](uint8_t* row, size_t bytes) { pixels.insert(pixels.end(), row, row + bytes); });
+    eachByte(buffer, kRead, [&](uint8_t byte) { pixels.push_back(byte); });
     return pixels;
 }
 
-void eachRow(const sp<GraphicBuffer>& buffer, uint32_t usage,
-             const std::function<void(uint8_t*, size_t)>& use) {
-    void* address = nullptr;
-    int32_t pixel = 0;
-    int32_t row = 0;
-    ASSERT_EQ(buffer->lock(usage, &address, &pixel, &row), OK);
-    for (uint32_t y = 0; y < buffer->getHeight(); ++y) {
-        use(static_cast<uint8_t*>(address) + y * static_cast<size_t>(row),
-            buffer->getWidth() * static_cast<size_t>(pixel));
-    }
-    EXPECT_EQ(buffer->unlock(), OK);
+void writePixels(const sp<GraphicBuffer>& buffer, const Bytes& pixels) {
+    const uint8_t* next = pixels.data();
+    eachByte(buffer, kWrite, [&](uint8_t& byte) { byte = *next++; });
 }
 
 GlClient::GlClient() {
@@ -121,25 +115,28 @@ EGLImageKHR GlClient::import(const sp<GraphicBuffer>& buffer) const {
 }
 
 void GlClient::fill(EGLImageKHR image, const Colour& colour) const {
-    drawInto(bindNewTexture(GL_TEXTURE_2D, image));
+    bindNewTexture(GL_TEXTURE_2D, image);
     glClearColor(colour[0], colour[1], colour[2], colour[3]);
     glClear(GL_COLOR_BUFFER_BIT);
 }
 
-void GlClient::fillSlowly(EGLImageKHR image, int rounds) const {
-    drawInto(bindNewTexture(GL_TEXTURE_2D, image));
-    draw(kSlowFragment, kSlowSize, kSlowSize, rounds);
+Bytes GlClient::filled(const sp<GraphicBuffer>& buffer, EGLImageKHR image,
+                       const Colour& colour) const {
+    fill(image, colour);
+    EXPECT_EQ(fence()->waitForever("test"), NO_ERROR);
+    return readPixels(buffer);
 }
 
-std::vector<float> GlClient::sample(EGLImageKHR image, int width, int height) const {
-    const GLuint target = bindNewTexture(GL_TEXTURE_2D);
-    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA32F, width, height);
-    drawInto(target);
+std::vector<Colour> GlClient::sample(EGLImageKHR image, int width, int height) const {
     bindNewTexture(GL_TEXTURE_EXTERNAL_OES, image);
-    draw(kSampleFragment, width, height);
-    std::vector<float> colours(static_cast<size_t>(width * height * 4));
+    draw(width, height, 0);
+    std::vector<Colour> colours(static_cast<size_t>(width * height));
     glReadPixels(0, 0, width, height, GL_RGBA, GL_FLOAT, colours.data());
     return colours;
+}
+
+void GlClient::work(int rounds) const {
+    draw(512, 512, rounds);
 }
 
 EGLSyncKHR GlClient::sync() const {

@@ -13,23 +13,24 @@ namespace android {
 namespace {
 
 constexpr int kLongMs = 20000;
-constexpr int kStillMs = 20;  // Much less than the slow draw takes.
-constexpr EGLBoolean kTrue = EGL_TRUE;
+constexpr int kStillMs = 20;  // Much less than the work takes.
 
 class NativeFenceGLTest : public ::testing::Test {
   protected:
     void SetUp() override {
         mClient.emplace();
         mImage = mClient->import(mBuffer);
-        mClient->fillSlowly(mImage, 1);  // So that the later draws do not compile anything.
-        mClient->fill(mImage, {0, 0, 0, 0});
+        mClient->work(1);  // So that the later draws do not compile anything.
         glFinish();
     }
 
-    // Work that outlasts a few calls by far: some 0.4 s on two cores without a GPU.
-    void drawSlowly() { mClient->fillSlowly(mImage, 400); }
+    // Fills the buffer after work that outlasts a few calls by far.
+    void drawSlowly() {
+        mClient->work(400);
+        mClient->fill(mImage, {1, 1, 1, 1});
+    }
 
-    const sp<GraphicBuffer> mBuffer = makeBuffer(kSlowSize, kSlowSize);
+    const sp<GraphicBuffer> mBuffer = makeBuffer(64, 64);
     std::optional<GlClient> mClient;
     EGLImageKHR mImage = EGL_NO_IMAGE_KHR;
 };
@@ -92,17 +93,15 @@ TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {
     ASSERT_EQ(mClient->fence()->wait(kLongMs), NO_ERROR);  // Whatever is opened once, now is.
     const size_t before = test::openDescriptors();
     drawSlowly();
-    sp<Fence> last;
-    std::vector<sp<Fence>> some;
+    std::vector<sp<Fence>> kept;
     for (int i = 0; i < 1000; ++i) {
-        last = mClient->fence();  // Most are closed before they signal.
-        ASSERT_TRUE(last->isValid());
-        if (i % 100 == 99) some.push_back(last);
+        const sp<Fence> fence = mClient->fence();  // Most are closed before they signal.
+        ASSERT_TRUE(fence->isValid());
+        if (i % 100 == 99) kept.push_back(fence);
     }
-    for (const auto& fence : some)
+    for (const auto& fence : kept)
         EXPECT_EQ(fence->wait(kLongMs), NO_ERROR);
-    last = nullptr;
-    some.clear();
+    kept.clear();
     EXPECT_LE(test::settledDescriptors(before), before);
 }
 

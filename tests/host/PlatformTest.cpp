@@ -20,19 +20,16 @@ std::string get(const char* key, const char* otherwise = nullptr) {
 
 TEST(PropertiesTest, GivesWhatWasSetOrTheDefault) {
     EXPECT_EQ(get("test.unset"), "");
-    EXPECT_EQ(get("test.unset", "21"), "21");
     EXPECT_EQ(get("test.unset", kTooLong.c_str()), kLongest);
     EXPECT_EQ(get(nullptr, "default"), "default");
 
-    EXPECT_EQ(property_set("test.set", "0x21"), 0);
-    EXPECT_EQ(get("test.set", "1"), "0x21");
     EXPECT_EQ(property_set("test.set", nullptr), 0);
     EXPECT_EQ(get("test.set", "default"), "default");
     EXPECT_EQ(property_set("test.set", kLongest.c_str()), 0);
     EXPECT_LT(property_set("test.set", kTooLong.c_str()), 0);
-    EXPECT_EQ(get("test.set"), kLongest);
-    EXPECT_LT(property_set(nullptr, "1"), 0);
     EXPECT_LT(property_set("", "1"), 0);
+    EXPECT_LT(property_set(nullptr, "1"), 0);
+    EXPECT_EQ(get("test.set", "default"), kLongest);
 }
 
 TEST(PropertiesTest, TheEnvironmentGivesTheStartingValue) {
