@@ -24,8 +24,8 @@ constexpr int kLongMs = 60000;
 // An object with a pair of buffers that it has worked on.
 struct Warm {
     OwnedUpscaler upscaler;
-    sp<GraphicBuffer> src = makeBuffer(64, 64);
-    sp<GraphicBuffer> dst = makeBuffer(256, 256);
+    sp<GraphicBuffer> src = makeBuffer(16, 16);
+    sp<GraphicBuffer> dst = makeBuffer(40, 40);
     sp<Fence> fence;
 
     Warm() {
@@ -34,18 +34,12 @@ struct Warm {
     }
 };
 
-// Waits, or lets go early, on copies and merged ones: `turn` chooses.
+// Waits for a copy or a merged one, and lets the others go early: `turn` chooses.
 bool useFence(const sp<Fence>& fence, const sp<Fence>& earlier, size_t turn) {
-    switch (turn % 4) {
-        case 0:
-            return fence->wait(kLongMs) == NO_ERROR;
-        case 1:
-            return sp<Fence>(new Fence(fence->dup()))->wait(kLongMs) == NO_ERROR;
-        case 2:
-            return Fence::merge("stress", fence, earlier)->waitForever("stress") == NO_ERROR;
-        default:
-            return Fence::merge("stress", earlier, fence)->isValid();
-    }
+    const sp<Fence> copies[] = {fence, new Fence(fence->dup()),
+                                Fence::merge("stress", fence, earlier),
+                                Fence::merge("stress", earlier, fence)};
+    return copies[turn % 4]->isValid() && copies[turn % 4]->wait(kLongMs) == NO_ERROR;
 }
 
 TEST(StressGLTest, FencesGoToManyThreads) {
@@ -72,10 +66,11 @@ TEST(StressGLTest, UpscalersOnThreadsShareASourceAndComeAndGo) {
     LogCapture log;
     const sp<GraphicBuffer> shared = makeBuffer(16, 16);
     fill(shared, 0xFF336699);
+    using Pictures = std::vector<std::vector<uint32_t>>;
     const auto run = [&shared] {
         sp<GraphicBuffer> src = shared;
         sp<GraphicBuffer> dst = makeBuffer(40, 40);
-        std::vector<std::vector<uint32_t>> results;
+        Pictures results;
         for (int round = 0; round < 2; ++round) {
             OwnedUpscaler upscaler;
             sp<Fence> fence;
@@ -87,9 +82,9 @@ TEST(StressGLTest, UpscalersOnThreadsShareASourceAndComeAndGo) {
         }
         return results;
     };
-    const std::vector<std::vector<uint32_t>> expected = run();
+    const Pictures expected = run();
     EXPECT_EQ(expected[0][820], 0xFF336699);
-    std::array<std::future<std::vector<std::vector<uint32_t>>>, 3> others;
+    std::array<std::future<Pictures>, 3> others;
     for (auto& other : others)
         other = std::async(std::launch::async, run);
     for (auto& other : others)
@@ -138,22 +133,22 @@ TEST(ProcessGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
     inAProcess([] {
         Warm warm;
         auto& [upscaler, src, dst, fence] = warm;
+        dst = makeBuffer(256, 256);
         for (int i = 0; i < 20; ++i) {
             upscaler->casSharpen(src, dst, 0.5f, &fence);
-            const pid_t child = fork();
-            if (child == 0) {
+            if (fork() == 0) {
                 alarm(20);
                 // What is pending stays so here; what is new is refused.
                 void* address = nullptr;
-                const bool refused = src->lock(GraphicBuffer::USAGE_SW_READ_OFTEN, &address) != OK;
-                const bool fine = refused && fence->wait(kLongMs) == NO_ERROR;
+                const bool fine = src->lock(GraphicBuffer::USAGE_SW_READ_OFTEN, &address) != OK &&
+                                  fence->wait(kLongMs) == NO_ERROR;
 #ifdef UPSCALER_SANITIZED  // The leak checker would look for the parent's threads.
                 _exit(fine ? 0 : 1);
 #endif
                 exit(fine ? 0 : 1);
             }
             int status = -1;
-            waitpid(child, &status, 0);
+            wait(&status);
             ASSERT_EQ(status, 0) << "in round " << i;
             ASSERT_EQ(fence->wait(kLongMs), NO_ERROR);
         }
@@ -165,25 +160,21 @@ TEST(ProcessGLTest, OutOfDescriptorsTheFenceIsInvalidAndTheRestGoesOn) {
         Warm warm;
         auto& [upscaler, src, dst, valid] = warm;
         LogCapture log;
-        std::vector<sp<Fence>> fences(operations().size());
         rlimit before = {};
         getrlimit(RLIMIT_NOFILE, &before);
         const rlimit none = {0, before.rlim_max};
         ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-        for (size_t i = 0; i < fences.size(); ++i)
-            ((*upscaler).*operations()[i].call)(src, dst, 0.5f, &fences[i]);
-        const std::vector<std::string> errors = log.errors();
-        const int copy = valid->dup();
-        const sp<Fence> merged = Fence::merge("stress", valid, valid);
-        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
-        for (const sp<Fence>& fence : fences) {
-            EXPECT_FALSE(fence->isValid());
-            EXPECT_EQ(fence->wait(0), NO_ERROR) << "nothing to wait for";
+        for (const OperationRow& row : operations()) {
+            sp<Fence> fence;
+            ((*upscaler).*row.call)(src, dst, 0.5f, &fence);
+            EXPECT_FALSE(fence->isValid()) << row.name;
         }
-        EXPECT_THAT(errors, IsEmpty());
-        EXPECT_EQ(copy, -1);
-        EXPECT_EQ(merged, Fence::NO_FENCE);
+        EXPECT_THAT(log.errors(), IsEmpty());
+        EXPECT_EQ(valid->dup(), -1);
+        EXPECT_EQ(Fence::merge("stress", valid, valid), Fence::NO_FENCE);
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
         upscaler->casSharpen(src, dst, 0.5f, &valid);
+        EXPECT_TRUE(valid->isValid());
         EXPECT_EQ(valid->wait(kLongMs), NO_ERROR);
     });
 }

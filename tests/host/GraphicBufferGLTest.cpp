@@ -195,25 +195,5 @@ TEST(GraphicBufferGLTest, LocksSeeWhatEitherSideWroteLast) {
     EXPECT_THAT(readPixels(sampled), Each(255));
 }
 
-// And each buffer's pixels outlive the display's last client, in whichever thread that is.
-TEST(GraphicBufferGLTest, ClientsOnSeveralThreadsDoNotDisturbEachOther) {
-    const auto work = [](float value) {
-        const sp<GraphicBuffer> buffer = makeBuffer(64, 64);
-        writePixels(buffer, Bytes(64 * 64 * 4, uint8_t(value * 255)));
-        for (int round = 0; round < 10; ++round) {
-            const GlClient client;
-            const EGLImageKHR image = client.import(buffer);
-            EXPECT_THAT(client.sample(image, 64, 64), Each(Each(FloatEq(value))));
-            EXPECT_THAT(client.filled(buffer, image, {value, value, value, value}),
-                        Each(value * 255));
-            EXPECT_EQ(client.destroyImage(client.display, image), kTrue);
-        }
-    };
-    std::thread other(work, 0.2F);
-    work(0.6F);
-    other.join();
-    work(0.8F);
-}
-
 }  // namespace
 }  // namespace android
