@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "tools/failure.h"
@@ -14,18 +15,16 @@ using namespace upscale;
 class Bytes : public ByteSource {
   public:
     Bytes(const std::uint8_t* data, std::size_t size)
-        : ByteSource("bytes"), mData(data), mLeft(size) {}
+        : ByteSource("bytes"), mNext(data), mEnd(data + size) {}
     std::size_t read(void* to, std::size_t size) override {
-        size = std::min(size, mLeft);
-        std::copy_n(mData, size, static_cast<std::uint8_t*>(to));
-        mData += size;
-        mLeft -= size;
+        size = std::min<std::size_t>(size, mEnd - mNext);
+        std::memcpy(to, mNext, size);
+        mNext += size;
         return size;
     }
 
   private:
-    const std::uint8_t* mData;
-    std::size_t mLeft;
+    const std::uint8_t *mNext, *mEnd;
 };
 
 }  // namespace

@@ -57,10 +57,8 @@ class GlClient {
 
     EGLImageKHR import(const sp<GraphicBuffer>& buffer) const;
 
-    /// Fills the image with `colour`, on the GPU.
+    /// Fills the image with `colour`, on the GPU, which is done with it then.
     void fill(EGLImageKHR image, const Colour& colour) const;
-    /// Fills the image, waits for that, and gives the buffer's pixels.
-    Bytes filled(const sp<GraphicBuffer>& buffer, EGLImageKHR image, const Colour& colour) const;
     /// What an external sampler reads from each texel of an image of this size.
     std::vector<Colour> sample(EGLImageKHR image, int width, int height) const;
     /// Keeps the GPU busy: 400 rounds take some 0.4 s on two cores without a GPU.

