@@ -14,13 +14,8 @@
 namespace android::test {
 namespace {
 
-using ::testing::Contains;
-using ::testing::Each;
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::SizeIs;
-using ::testing::Truly;
 
 size_t callCount() {
     const char* const asked = getenv("UPSCALER_SOAK_CALLS");
@@ -55,19 +50,10 @@ class SoakGLTest : public ::testing::Test {
         if (fault == 3) to = mBroken;
         sp<Fence> fence = Fence::NO_FENCE;
         ((*mUpscaler).*row.call)(from, to, kSharpness[below(std::size(kSharpness))], &fence);
-        const std::vector<std::string> errors = mLog.errors();
+        ASSERT_EQ(mLog.errors().empty(), fault >= 4) << row.name << ", fault " << fault;
+        ASSERT_EQ(fence->isValid(), fault >= 2);
         mLog.clear();
-        if (fault < 2) {
-            ASSERT_THAT(errors, ElementsAre(row.name + ": Invlid srcBuffer or dstBuffer"));
-            ASSERT_EQ(fence, Fence::NO_FENCE);
-            return;
-        }
-        if (fault < 4) {
-            ASSERT_THAT(errors, Contains("get_texture: EGL_NO_IMAGE_KHR"));
-        } else {
-            ASSERT_THAT(errors, IsEmpty()) << row.name;
-        }
-        ASSERT_TRUE(fence->isValid());
+        if (fault < 2) return;
         // What clients do with fences: keep, drop, copy, merge and wait.
         sp<Fence>& kept = any(mFences);
         const sp<Fence> copies[] = {kept, fence, new Fence(fence->dup()),
@@ -152,15 +138,11 @@ TEST_F(SoakGLTest, EverNewBuffersAreHeldUntilCleared) {
         }
         EXPECT_THAT(UpscalerPeer::textures(*upscaler), SizeIs(count + 1));
         EXPECT_THAT(UpscalerPeer::images(*upscaler), SizeIs(count + 1));
-        const auto lives = [](const wp<GraphicBuffer>& buffer) {
-            return buffer.promote() != nullptr;
-        };
-        EXPECT_THAT(watched, Each(Truly(lives)));
         const size_t full = residentKiB();
         upscaler->clearOpenGLResources();
-        EXPECT_THAT(watched, Each(Not(Truly(lives))));
+        for (const auto& buffer : watched)
+            ASSERT_EQ(buffer.promote(), nullptr);
         EXPECT_LE(settledDescriptors(descriptors), descriptors);
-        printf("%zu buffers of 64x64: %zu KiB\n", count, full);
         if (round == 3) {  // By now drivers have filled their pools.
             EXPECT_LT(full, grown + kSlackKiB);
         }

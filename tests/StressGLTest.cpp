@@ -95,20 +95,18 @@ TEST(StressGLTest, UpscalersOnThreadsShareASourceAndComeAndGo) {
 // Whatever a client leaves behind, and in whichever order its own statics go.
 TEST(ProcessGLTest, ExitEndsWhatIsLeftOpenAndSignals) {
     inAProcess([] {
-        static sp<GraphicBuffer> src;
         static sp<GraphicBuffer> dst;
         static sp<Fence> fence;
         atexit([] {
             // Runs after the host's handlers: the fence is signalled, the pixels are gone.
             if (fence->wait(0) != NO_ERROR) _exit(2);
             void* address = nullptr;
-            if (src->lock(GraphicBuffer::USAGE_SW_READ_OFTEN, &address) != NO_INIT) _exit(3);
+            if (dst->lock(GraphicBuffer::USAGE_SW_READ_OFTEN, &address) != NO_INIT) _exit(3);
         });
-        src = makeBuffer(512, 512);
         dst = makeBuffer(2048, 2048);
-        static Upscaler* const upscaler = new Upscaler;  // Never torn down.
+        static auto* const warm = new Warm;  // Never torn down.
         for (int i = 0; i < 8; ++i)
-            upscaler->fsrResize(src, dst, 0.0f, &fence);
+            warm->upscaler->fsrResize(warm->src, dst, 0.0f, &fence);
         EXPECT_EQ(fence->getStatus(), Fence::Status::Unsignaled);
     });
 }

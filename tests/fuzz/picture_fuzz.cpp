@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Built for each format: reads the bytes as the command reads a file. `Failure` is what it may do.
-#include <sys/mman.h>
-#include <unistd.h>
 #include <zlib.h>
 
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-
+#include "memory_file.h"
 #include "tools/failure.h"
 #include "tools/picture_file.h"
 
@@ -43,14 +38,9 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    // One file for all runs, opened anew by name as any other.
-    static const int file = memfd_create("fuzz", MFD_CLOEXEC);
-    if (ftruncate(file, 0) != 0 || pwrite(file, data, size, 0) != static_cast<ssize_t>(size)) {
-        std::abort();
-    }
     constexpr std::uint64_t kMostPixels = 1u << 20;
     try {
-        const auto reader = upscale::openPicture("/proc/self/fd/" + std::to_string(file));
+        const auto reader = upscale::openPicture(memoryFile(data, size));
         const std::uint64_t pixels = std::uint64_t{reader->width()} * reader->height();
         if (reader->format() != kFormat || pixels > kMostPixels) return 0;
         const upscale::Picture picture = reader->read();

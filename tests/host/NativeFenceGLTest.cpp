@@ -71,15 +71,15 @@ TEST_F(NativeFenceGLTest, EveryCopySignalsForGoodWithoutTheSync) {
         EXPECT_EQ(fence->wait(0), NO_ERROR);
 }
 
-TEST_F(NativeFenceGLTest, FencesDoNotWaitForEachOther) {
+TEST_F(NativeFenceGLTest, AMergedFenceSignalsWithTheLaterOneAndHoldsNoOtherUp) {
     base::unique_fd end;
     base::unique_fd signal;
     ASSERT_TRUE(base::Pipe(&end, &signal));
-    const sp<Fence> stuck = Fence::merge("test", new Fence(std::move(end)), mClient->fence());
+    const sp<Fence> merged = Fence::merge("test", new Fence(std::move(end)), mClient->fence());
     EXPECT_EQ(mClient->fence()->wait(kLongMs), NO_ERROR);
-    EXPECT_EQ(stuck->wait(kStillMs), -ETIME);
+    EXPECT_EQ(merged->wait(kStillMs), -ETIME);
     signal.reset();
-    EXPECT_EQ(stuck->wait(kLongMs), NO_ERROR);
+    EXPECT_EQ(merged->wait(kLongMs), NO_ERROR);
 }
 
 TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {

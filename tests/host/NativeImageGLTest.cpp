@@ -11,10 +11,6 @@ namespace {
 
 using ::testing::Each;
 
-bool lives(const wp<GraphicBuffer>& buffer) {
-    return buffer.promote() != nullptr;
-}
-
 TEST(NativeImageGLTest, ImagesOfABufferAreCountedAndEachHoldsIt) {
     const GlClient client;
     sp<GraphicBuffer> buffer = makeBuffer(4, 4);
@@ -24,14 +20,14 @@ TEST(NativeImageGLTest, ImagesOfABufferAreCountedAndEachHoldsIt) {
         EXPECT_EQ(client.import(buffer), image);  // Not every driver makes a second one.
         if (round == 1) buffer = nullptr;
         for (int uses = 2; uses > 0; --uses) {
-            EXPECT_TRUE(lives(watch));
+            EXPECT_NE(watch.promote(), nullptr);
             client.fill(image, {1, 1, 1, 1});  // By a texture that stays.
             EXPECT_THAT(client.sample(image, 4, 4), Each(Each(1)));
             EXPECT_EQ(client.destroyImage(client.display, image), kTrue);
         }
         EXPECT_EQ(errorOf(client.destroyImage(client.display, image)), EGL_BAD_PARAMETER);
     }
-    EXPECT_FALSE(lives(watch));
+    EXPECT_EQ(watch.promote(), nullptr);
 }
 
 TEST(NativeImageGLTest, TheLastTerminateTakesTheImagesBack) {
@@ -44,9 +40,9 @@ TEST(NativeImageGLTest, TheLastTerminateTakesTheImagesBack) {
     buffer = nullptr;
 
     EXPECT_EQ(eglTerminate(client.display), kTrue);  // The client's own use goes on.
-    EXPECT_TRUE(lives(watch));
+    EXPECT_NE(watch.promote(), nullptr);
     EXPECT_EQ(eglTerminate(client.display), kTrue);
-    EXPECT_FALSE(lives(watch));
+    EXPECT_EQ(watch.promote(), nullptr);
     EXPECT_EQ(client.destroyImage(client.display, image), EGLBoolean{EGL_FALSE});
     EXPECT_EQ(errorOf(client.import(makeBuffer(4, 4))), EGL_NOT_INITIALIZED);
     EXPECT_EQ(eglTerminate(client.display), kTrue);  // As EGL has it, harmless.

@@ -41,8 +41,9 @@ for cxx in g++ clang++; do
     # The header compiles by itself, without a warning.
     $cxx -std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wshadow -Werror $cflags -include upscaler/upscaler.h -x c++ /dev/null
 done
-g++ -std=c++17 "$here/dlopen_client.cpp" $cflags -Wl,--no-as-needed -lEGL -Wl,--as-needed $libs -ldl -o dlopen_client
-./dlopen_client "$libdir/libupscaler.so" && echo "ok: dlopen"
+g++ -std=c++17 -shared -fPIC -Dmain=draw "$here/client.cpp" $cflags $libs -o plugin.so
+g++ -std=c++17 "$here/dlopen_client.cpp" -Wl,--no-as-needed -lEGL -ldl -o dlopen_client
+./dlopen_client "$libdir/libupscaler.so" ./plugin.so >/dev/null && echo "ok: dlopen"
 cmake -G Ninja -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log"
 cmake --build "$work/cmake" >>"$work/cmake.log"
 "$work/cmake/client" >/dev/null && echo "ok: find_package"
