@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <optional>
 #include <vector>
 
 #include "host/GlClient.h"
@@ -18,20 +17,20 @@ constexpr int kStillMs = 20;  // Much less than the work takes.
 class NativeFenceGLTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        mClient->work(1);  // So that the later draws do not compile anything.
+        mClient.work(1);  // So that the later draws do not compile anything.
         glFinish();
     }
 
     // Outlasts a few calls by far.
-    void drawSlowly() { mClient->work(400); }
+    void drawSlowly() { mClient.work(400); }
 
-    std::optional<GlClient> mClient{std::in_place};
+    const GlClient mClient;
 };
 
 TEST_F(NativeFenceGLTest, SignalsAfterTheGpuAndTheCallDoesNotWait) {
     const sp<GraphicBuffer> buffer = makeBuffer(4, 4);
     drawSlowly();
-    const sp<Fence> fence = mClient->fence();
+    const sp<Fence> fence = mClient.fence();
     EXPECT_EQ(fence->wait(kStillMs), -ETIME);  // So the call did not wait either.
     EXPECT_EQ(fence->getSignalTime(), Fence::SIGNAL_TIME_PENDING);
     const nsecs_t returned = systemTime(SYSTEM_TIME_MONOTONIC);
@@ -50,10 +49,10 @@ TEST_F(NativeFenceGLTest, SignalsAfterTheGpuAndTheCallDoesNotWait) {
 
 TEST_F(NativeFenceGLTest, EveryCopySignalsForGoodWithoutTheSync) {
     drawSlowly();
-    const EGLSyncKHR sync = mClient->sync();
-    const sp<Fence> first = mClient->fence(sync);
-    const sp<Fence> second = mClient->fence(sync);
-    EXPECT_EQ(mClient->destroySync(mClient->display, sync), kTrue);
+    const EGLSyncKHR sync = mClient.sync();
+    const sp<Fence> first = mClient.fence(sync);
+    const sp<Fence> second = mClient.fence(sync);
+    EXPECT_EQ(mClient.destroySync(mClient.display, sync), kTrue);
     const sp<Fence> copy = new Fence(first->dup());
     const sp<Fence> merged = Fence::merge("test", first, second);
     for (const auto& fence : {first, second, copy, merged}) {
@@ -75,20 +74,20 @@ TEST_F(NativeFenceGLTest, AMergedFenceSignalsWithTheLaterOneAndHoldsNoOtherUp) {
     base::unique_fd end;
     base::unique_fd signal;
     ASSERT_TRUE(base::Pipe(&end, &signal));
-    const sp<Fence> merged = Fence::merge("test", new Fence(std::move(end)), mClient->fence());
-    EXPECT_EQ(mClient->fence()->wait(kLongMs), NO_ERROR);
+    const sp<Fence> merged = Fence::merge("test", new Fence(std::move(end)), mClient.fence());
+    EXPECT_EQ(mClient.fence()->wait(kLongMs), NO_ERROR);
     EXPECT_EQ(merged->wait(kStillMs), -ETIME);
     signal.reset();
     EXPECT_EQ(merged->wait(kLongMs), NO_ERROR);
 }
 
 TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {
-    ASSERT_EQ(mClient->fence()->wait(kLongMs), NO_ERROR);  // Whatever is opened once, now is.
+    ASSERT_EQ(mClient.fence()->wait(kLongMs), NO_ERROR);  // Whatever is opened once, now is.
     const size_t before = test::openDescriptors();
     drawSlowly();
     std::vector<sp<Fence>> kept;
     for (int i = 0; i < 1000; ++i) {
-        const sp<Fence> fence = mClient->fence();  // Most are closed before they signal.
+        const sp<Fence> fence = mClient.fence();  // Most are closed before they signal.
         ASSERT_TRUE(fence->isValid());
         if (i % 100 == 99) kept.push_back(fence);
     }
@@ -100,27 +99,26 @@ TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {
 
 TEST_F(NativeFenceGLTest, TheLastTerminateSignals) {
     drawSlowly();
-    const sp<Fence> fence = mClient->fence();
+    const sp<Fence> fence = mClient.fence();
     EXPECT_EQ(fence->wait(kStillMs), -ETIME);
-    mClient.reset();
+    EXPECT_EQ(eglTerminate(mClient.display), kTrue);  // The context lives on, and with it the work.
     EXPECT_EQ(fence->wait(0), NO_ERROR);
 }
 
 TEST_F(NativeFenceGLTest, ArgumentsAreChecked) {
-    const GlClient& client = *mClient;
-    const EGLDisplay display = client.display;
-    const EGLSyncKHR gone = client.sync();
-    EXPECT_EQ(client.destroySync(display, gone), kTrue);
-    const EGLSyncKHR drivers = client.createSync(display, EGL_SYNC_FENCE_KHR, nullptr);
+    const EGLDisplay display = mClient.display;
+    const EGLSyncKHR gone = mClient.sync();
+    EXPECT_EQ(mClient.destroySync(display, gone), kTrue);
+    const EGLSyncKHR drivers = mClient.createSync(display, EGL_SYNC_FENCE_KHR, nullptr);
     for (const EGLSyncKHR sync : {EGL_NO_SYNC_KHR, gone, drivers})
-        EXPECT_EQ(errorOf(client.dupFence(display, sync), -1), EGL_BAD_PARAMETER);
-    EXPECT_EQ(client.destroySync(display, drivers), kTrue);
+        EXPECT_EQ(errorOf(mClient.dupFence(display, sync), -1), EGL_BAD_PARAMETER);
+    EXPECT_EQ(mClient.destroySync(display, drivers), kTrue);
     for (const EGLSyncKHR sync : {EGL_NO_SYNC_KHR, gone})
-        EXPECT_EQ(errorOf(client.destroySync(display, sync)), EGL_BAD_PARAMETER);
+        EXPECT_EQ(errorOf(mClient.destroySync(display, sync)), EGL_BAD_PARAMETER);
     for (const EGLDisplay bad : {EGL_NO_DISPLAY, EGLDisplay{this}})
-        EXPECT_EQ(errorOf(client.dupFence(bad, client.sync()), -1), EGL_BAD_DISPLAY);
+        EXPECT_EQ(errorOf(mClient.dupFence(bad, mClient.sync()), -1), EGL_BAD_DISPLAY);
     const EGLint imported[] = {EGL_SYNC_NATIVE_FENCE_FD_ANDROID, 0, EGL_NONE};
-    EXPECT_EQ(errorOf(client.createSync(display, EGL_SYNC_NATIVE_FENCE_ANDROID, imported)),
+    EXPECT_EQ(errorOf(mClient.createSync(display, EGL_SYNC_NATIVE_FENCE_ANDROID, imported)),
               EGL_BAD_ATTRIBUTE);
 }
 

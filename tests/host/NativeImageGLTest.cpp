@@ -63,7 +63,7 @@ TEST(NativeImageGLTest, ArgumentsAreChecked) {
     const EGLClientBuffer native = buffer->getNativeBuffer();
     EXPECT_EQ(importError(EGL_NO_DISPLAY, EGL_NO_CONTEXT, native), EGL_BAD_DISPLAY);
     EXPECT_EQ(importError(display, eglGetCurrentContext(), native), EGL_BAD_CONTEXT);
-    const EGLint unknown[] = {EGL_WIDTH, 4, EGL_NONE};
+    const EGLint unknown[] = {EGL_WIDTH, EGL_TRUE, EGL_NONE};
     EXPECT_EQ(importError(display, EGL_NO_CONTEXT, native, unknown), EGL_BAD_PARAMETER);
     EXPECT_EQ(errorOf(client.destroyImage(EGL_NO_DISPLAY, client.import(buffer))), EGL_BAD_DISPLAY);
     EXPECT_EQ(errorOf(client.destroyImage(display, EGL_NO_IMAGE_KHR)), EGL_BAD_PARAMETER);
