@@ -130,7 +130,7 @@ TEST_F(SoakGLTest, EverNewBuffersAreHeldUntilCleared) {
         OwnedUpscaler upscaler;
         std::vector<wp<GraphicBuffer>> watched;
         for (size_t i = 0; i < count; ++i) {
-            sp<GraphicBuffer> fresh = makeBuffer(64, 64);
+            sp<GraphicBuffer> fresh = makeBuffer(128, 128);
             watched.push_back(fresh);
             sp<Fence> fence;
             upscaler->casSharpen(fresh, mDestinations[0], 0.5f, &fence);
