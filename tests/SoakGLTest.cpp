@@ -3,9 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
+#include <cmath>
 #include <cstdio>
-#include <limits>
 #include <random>
 
 #include "support/fixture.h"
@@ -15,7 +14,6 @@
 namespace android::test {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -24,10 +22,7 @@ size_t callCount() {
     return asked != nullptr ? std::stoul(asked) : 6000;
 }
 
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kSharpness[] = {0.0f,  0.25f,     0.5f,       1.0f,  3.0f,
-                                -1.0f, kInfinity, -kInfinity, 1e38f, kNan};
+constexpr float kSharpness[] = {0.0f, 0.5f, 1.0f, 3.0f, -1.0f, INFINITY, -INFINITY, NAN};
 
 #ifdef UPSCALER_SANITIZED
 constexpr size_t kSlackKiB = 1 << 20;  // A sanitizer keeps what is freed.
@@ -37,12 +32,11 @@ constexpr size_t kSlackKiB = 4096;
 
 class SoakGLTest : public ::testing::Test {
   protected:
-    using Pool = std::vector<sp<GraphicBuffer>>;
-
-    void TearDown() override { resizeBufferLogLevel = 0; }
-
     size_t below(size_t end) { return std::uniform_int_distribution<size_t>(0, end - 1)(mRandom); }
-    sp<GraphicBuffer>& any(Pool& pool) { return pool[below(pool.size())]; }
+    template <typename Item>
+    Item& any(std::vector<Item>& items) {
+        return items[below(items.size())];
+    }
 
     // One call in 16 goes wrong, in one of the ways there are.
     void call() {
@@ -56,43 +50,17 @@ class SoakGLTest : public ::testing::Test {
         if (fault == 3) to = mBroken;
         sp<Fence> fence = Fence::NO_FENCE;
         ((*mUpscaler).*row.call)(from, to, kSharpness[below(std::size(kSharpness))], &fence);
-        if (fault < 2) {
-            ASSERT_THAT(mLog.errors(), ElementsAre(row.name + ": Invlid srcBuffer or dstBuffer"));
-            ASSERT_EQ(fence, Fence::NO_FENCE);
-        } else if (fault < 4) {
-            ASSERT_EQ(mLog.errors().at(0), "get_texture: EGL_NO_IMAGE_KHR");
-        } else {
-            ASSERT_THAT(mLog.errors(), IsEmpty()) << row.name;
-        }
-        if (fault >= 2) {
-            ASSERT_TRUE(fence->isValid());
-        }
+        ASSERT_EQ(mLog.errors().empty(), fault >= 4) << row.name << ", fault " << fault;
+        ASSERT_EQ(fence->isValid(), fault >= 2);
         mLog.clear();
-        use(fence);
-    }
-
-    // What clients do with fences: keep, drop, copy, merge and wait.
-    void use(const sp<Fence>& fence) {
-        sp<Fence>& kept = mFences[below(mFences.size())];
-        switch (below(4)) {
-            case 0:
-                kept = fence;
-                break;
-            case 1:
-                kept = new Fence(fence->dup());
-                break;
-            case 2:
-                kept = Fence::merge("soak", kept, fence);
-                break;
-            default:
-                ASSERT_EQ(kept->wait(60000), NO_ERROR);
-        }
-    }
-
-    void waitForAll() {
-        for (sp<Fence>& fence : mFences) {
-            ASSERT_EQ(fence->wait(60000), NO_ERROR);
-            fence = Fence::NO_FENCE;
+        if (fault < 2) return;
+        // What clients do with fences: keep, drop, copy, merge and wait.
+        sp<Fence>& kept = any(mFences);
+        const sp<Fence> copies[] = {kept, fence, new Fence(fence->dup()),
+                                    Fence::merge("soak", kept, fence)};
+        kept = copies[below(4)];
+        if (below(4) == 0) {
+            ASSERT_EQ(kept->wait(60000), NO_ERROR);
         }
     }
 
@@ -105,26 +73,20 @@ class SoakGLTest : public ::testing::Test {
 
     std::mt19937 mRandom{20};
     OwnedUpscaler mUpscaler;
-    Pool mSources = {makeBuffer(1, 1), makeBuffer(3, 5), makeBuffer(16, 16), makeBuffer(33, 17)};
-    Pool mDestinations = {makeBuffer(1, 1), makeBuffer(7, 9), makeBuffer(32, 32),
-                          makeBuffer(50, 34)};
+    std::vector<sp<GraphicBuffer>> mSources = {makeBuffer(1, 1), makeBuffer(3, 5),
+                                               makeBuffer(16, 16), makeBuffer(33, 17)};
+    std::vector<sp<GraphicBuffer>> mDestinations = {makeBuffer(1, 1), makeBuffer(7, 9),
+                                                    makeBuffer(32, 32), makeBuffer(50, 34)};
     sp<GraphicBuffer> mBroken = makeBuffer(1u << 20, 1);
-    std::array<sp<Fence>, 16> mFences = [] {
-        std::array<sp<Fence>, 16> none;
-        none.fill(Fence::NO_FENCE);
-        return none;
-    }();
+    std::vector<sp<Fence>> mFences = std::vector<sp<Fence>>(16, Fence::NO_FENCE);
     LogCapture mLog;
 };
 
 TEST_F(SoakGLTest, RandomCallsOnAPoolHoldNothingMore) {
     constexpr int kSamples = 10;
-    constexpr int kWarm =
-            2;  // Until then the driver compiles what it compiles and fills its pools.
+    constexpr int kWarm = 2;  // Till then the driver compiles, and fills its pools.
     eachPixel(mSources.back(), GraphicBuffer::USAGE_SW_WRITE_OFTEN,
-              [&](uint32_t, uint32_t, uint32_t& pixel) {
-                  pixel = static_cast<uint32_t>(below(1u << 24)) | 0xFF000000u;
-              });
+              [](uint32_t x, uint32_t y, uint32_t& pixel) { pixel = 0xFF000000 + x * y * 999; });
     // All buffers are imported before casResize can delete a name that one of them would get.
     for (size_t i = 0; i < mSources.size(); ++i) {
         sp<Fence> fence;
@@ -139,7 +101,10 @@ TEST_F(SoakGLTest, RandomCallsOnAPoolHoldNothingMore) {
             call();
             if (HasFatalFailure()) return;
         }
-        waitForAll();
+        for (sp<Fence>& fence : mFences) {
+            ASSERT_EQ(fence->wait(60000), NO_ERROR);
+            fence = Fence::NO_FENCE;
+        }
         ASSERT_EQ(reference(), expected) << "the same call gives the same pixels";
         ASSERT_THAT(UpscalerPeer::textures(*mUpscaler), SizeIs(pool));
         ASSERT_THAT(UpscalerPeer::images(*mUpscaler), SizeIs(pool));
@@ -162,15 +127,10 @@ TEST_F(SoakGLTest, EverNewBuffersAreHeldUntilCleared) {
     const size_t descriptors = openDescriptors() + 2;  // The host's own may come.
     size_t grown = 0;
     for (int round = 0; round < 4; ++round) {
-        const size_t before = residentKiB();
         OwnedUpscaler upscaler;
         std::vector<wp<GraphicBuffer>> watched;
-        const auto living = [&] {
-            return std::count_if(watched.begin(), watched.end(),
-                                 [](const auto& buffer) { return buffer.promote() != nullptr; });
-        };
         for (size_t i = 0; i < count; ++i) {
-            sp<GraphicBuffer> fresh = makeBuffer(64, 64);
+            sp<GraphicBuffer> fresh = makeBuffer(128, 128);
             watched.push_back(fresh);
             sp<Fence> fence;
             upscaler->casSharpen(fresh, mDestinations[0], 0.5f, &fence);
@@ -178,12 +138,11 @@ TEST_F(SoakGLTest, EverNewBuffersAreHeldUntilCleared) {
         }
         EXPECT_THAT(UpscalerPeer::textures(*upscaler), SizeIs(count + 1));
         EXPECT_THAT(UpscalerPeer::images(*upscaler), SizeIs(count + 1));
-        EXPECT_EQ(living(), static_cast<long>(count));
         const size_t full = residentKiB();
         upscaler->clearOpenGLResources();
-        EXPECT_EQ(living(), 0);
+        for (const auto& buffer : watched)
+            ASSERT_EQ(buffer.promote(), nullptr);
         EXPECT_LE(settledDescriptors(descriptors), descriptors);
-        printf("%zu buffers of 64x64: from %zu to %zu KiB\n", count, before, full);
         if (round == 3) {  // By now drivers have filled their pools.
             EXPECT_LT(full, grown + kSlackKiB);
         }

@@ -1,39 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
-#include <cstdlib>
 #include <vector>
 
+#include "memory_file.h"
 #include "tools/failure.h"
 #include "tools/frame_conversion.h"
 #include "tools/frame_stream.h"
 
-namespace {
-
 using namespace upscale;
-
-class Bytes : public ByteSource {
-  public:
-    Bytes(const std::uint8_t* data, std::size_t size)
-        : ByteSource("bytes"), mData(data), mLeft(size) {}
-    std::size_t read(void* to, std::size_t size) override {
-        size = std::min(size, mLeft);
-        std::copy_n(mData, size, static_cast<std::uint8_t*>(to));
-        mData += size;
-        mLeft -= size;
-        return size;
-    }
-
-  private:
-    const std::uint8_t* mData;
-    std::size_t mLeft;
-};
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t kMostBytes = 1u << 14;
     try {
-        Bytes source(data, size);
+        FileSource source(memoryFile(data, size));
         FrameReader reader(source);
         const FrameFormat& format = reader.header().format;
         const std::string scaled = scaledY4mHeader(reader.header(), 7, 5, Range::Full);

@@ -11,29 +11,54 @@
 #include <ui/Fence.h>
 #include <ui/GraphicBuffer.h>
 
+#include <algorithm>
 #include <array>
-#include <functional>
 #include <vector>
+
+// What a client's eglGetProcAddress is bound to; by this name, since one test defines the other.
+extern "C" decltype(eglGetProcAddress) __wrap_eglGetProcAddress;
 
 namespace android {
 
 using Bytes = std::vector<uint8_t>;
 using Colour = std::array<float, 4>;
 
+constexpr EGLBoolean kTrue = EGL_TRUE;
 constexpr uint32_t kRead = GraphicBuffer::USAGE_SW_READ_OFTEN;
 constexpr uint32_t kWrite = GraphicBuffer::USAGE_SW_WRITE_OFTEN;
 constexpr uint64_t kAnyUse = kRead | kWrite | GraphicBuffer::USAGE_HW_TEXTURE;
 
-/// The side of the images that `fillSlowly` takes.
-constexpr uint32_t kSlowSize = 512;
+inline sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height,
+                                    PixelFormat format = PIXEL_FORMAT_RGBA_8888) {
+    sp<GraphicBuffer> buffer = new GraphicBuffer(width, height, format, 1, kAnyUse, "test");
+    EXPECT_EQ(buffer->initCheck(), OK);
+    return buffer;
+}
 
-sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height,
-                             PixelFormat format = PIXEL_FORMAT_RGBA_8888);
+// Calls use(byte) for each byte of the pixels, without the stride's padding, under a lock.
+template <typename Use>
+void eachByte(const sp<GraphicBuffer>& buffer, uint32_t usage, Use use) {
+    void* address = nullptr;
+    int32_t pixelBytes = 0;
+    int32_t stride = 0;
+    ASSERT_EQ(buffer->lock(usage, &address, &pixelBytes, &stride), OK);
+    for (uint32_t y = 0; y < buffer->getHeight(); ++y) {
+        uint8_t* const row = static_cast<uint8_t*>(address) + y * static_cast<size_t>(stride);
+        std::for_each_n(row, buffer->getWidth() * static_cast<size_t>(pixelBytes), use);
+    }
+    EXPECT_EQ(buffer->unlock(), OK);
+}
 
-/// Calls use(row, bytes) for each row of pixels, without the stride's padding, under a lock.
-void eachRow(const sp<GraphicBuffer>& buffer, uint32_t usage,
-             const std::function<void(uint8_t*, size_t)>& use);
-Bytes readPixels(const sp<GraphicBuffer>& buffer);
+inline Bytes readPixels(const sp<GraphicBuffer>& buffer) {
+    Bytes pixels;
+    eachByte(buffer, kRead, [&](uint8_t byte) { pixels.push_back(byte); });
+    return pixels;
+}
+
+inline void writePixels(const sp<GraphicBuffer>& buffer, const Bytes& pixels) {
+    const uint8_t* next = pixels.data();
+    eachByte(buffer, kWrite, [&](uint8_t& byte) { byte = *next++; });
+}
 
 /// Takes the result of an EGL call that is to fail, and gives the error that it left.
 template <typename Result>
@@ -47,33 +72,116 @@ struct EntryPoint {
     const char* name;
     template <typename Function>
     operator Function() const {
-        return reinterpret_cast<Function>(eglGetProcAddress(name));
+        return reinterpret_cast<Function>(__wrap_eglGetProcAddress(name));
     }
 };
+
+inline constexpr char kVertex[] = R"(#version 300 es
+void main() {
+    gl_Position = vec4(vec2(gl_VertexID & 1, gl_VertexID >> 1) * 4.0 - 1.0, 0.0, 1.0);
+})";
+
+// The loop's result is not known to the compiler, and never changes the colour.
+inline constexpr char kFragment[] = R"(#version 300 es
+#extension GL_OES_EGL_image_external_essl3 : require
+precision highp float;
+uniform highp samplerExternalOES source;
+uniform int rounds;
+out vec4 result;
+void main() {
+    float value = gl_FragCoord.x * 0.001;
+    for (int i = 0; i < rounds; ++i) value = fract(sin(value) * 43758.5453 + 0.1);
+    vec4 colour = texelFetch(source, ivec2(gl_FragCoord.xy), 0);
+    result = value > 2.0 ? vec4(value) : colour;
+})";
+
+inline void bindNewTexture(GLenum target, EGLImageKHR image) {
+    const PFNGLEGLIMAGETARGETTEXTURE2DOESPROC setImage = EntryPoint{"glEGLImageTargetTexture2DOES"};
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(target, texture);
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    if (image != EGL_NO_IMAGE_KHR) setImage(target, image);
+    if (target != GL_TEXTURE_2D) return;
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+}
+
+// Draws what the external sampler reads to a new target. A shader that does not compile leaves a GL
+// error, which the client's end reports.
+inline void draw(int width, int height, int rounds) {
+    bindNewTexture(GL_TEXTURE_2D, EGL_NO_IMAGE_KHR);
+    glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGBA32F, width, height);
+    const GLuint program = glCreateProgram();
+    for (const char* source : {kVertex, kFragment}) {
+        const GLuint shader =
+                glCreateShader(source == kVertex ? GL_VERTEX_SHADER : GL_FRAGMENT_SHADER);
+        glShaderSource(shader, 1, &source, nullptr);
+        glCompileShader(shader);
+        glAttachShader(program, shader);
+    }
+    glLinkProgram(program);
+    glUseProgram(program);
+    glUniform1i(glGetUniformLocation(program, "rounds"), rounds);
+    glViewport(0, 0, width, height);
+    glDrawArrays(GL_TRIANGLES, 0, 3);
+}
 
 /// A client of the host's EGL, with a context of its own that is current on the constructing
 /// thread and takes along what was made in it. Failures are gtest failures.
 class GlClient {
   public:
-    GlClient();
-    ~GlClient();
+    GlClient() {
+        EXPECT_EQ(eglInitialize(display, nullptr, nullptr), kTrue);
+        const EGLint attributes[] = {EGL_CONTEXT_CLIENT_VERSION, 3, EGL_NONE};
+        mContext = eglCreateContext(display, EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT, attributes);
+        EXPECT_EQ(eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, mContext), kTrue);
+        GLuint framebuffer = 0;
+        glGenFramebuffers(1, &framebuffer);
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+    }
+    ~GlClient() {
+        EXPECT_EQ(glGetError(), GLenum{GL_NO_ERROR});
+        eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+        eglDestroyContext(display, mContext);
+        EXPECT_EQ(eglTerminate(display), kTrue);
+        eglReleaseThread();
+    }
     GlClient(const GlClient&) = delete;
-    GlClient& operator=(const GlClient&) = delete;
 
-    EGLImageKHR import(const sp<GraphicBuffer>& buffer) const;
+    EGLImageKHR import(const sp<GraphicBuffer>& buffer) const {
+        const EGLint attributes[] = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE};
+        return createImage(display, EGL_NO_CONTEXT, EGL_NATIVE_BUFFER_ANDROID,
+                           buffer->getNativeBuffer(), attributes);
+    }
 
-    /// Fills the image with `colour`, on the GPU.
-    void fill(EGLImageKHR image, const Colour& colour) const;
-    /// Fills the image with ones, taking `rounds` of arithmetic for each pixel.
-    void fillSlowly(EGLImageKHR image, int rounds) const;
+    /// Fills the image with `colour`, on the GPU, which is done with it then.
+    void fill(EGLImageKHR image, const Colour& colour) const {
+        bindNewTexture(GL_TEXTURE_2D, image);
+        glClearColor(colour[0], colour[1], colour[2], colour[3]);
+        glClear(GL_COLOR_BUFFER_BIT);
+        glFinish();
+    }
     /// What an external sampler reads from each texel of an image of this size.
-    std::vector<float> sample(EGLImageKHR image, int width, int height) const;
+    std::vector<Colour> sample(EGLImageKHR image, int width, int height) const {
+        bindNewTexture(GL_TEXTURE_EXTERNAL_OES, image);
+        draw(width, height, 0);
+        std::vector<Colour> colours(static_cast<size_t>(width * height));
+        glReadPixels(0, 0, width, height, GL_RGBA, GL_FLOAT, colours.data());
+        return colours;
+    }
+    /// Keeps the GPU busy: 400 rounds take some 0.4 s on two cores without a GPU.
+    void work(int rounds) const { draw(512, 512, rounds); }
 
     /// A native fence sync of what was drawn so far, its fence, and the fence of one that is
     /// destroyed at once.
-    EGLSyncKHR sync() const;
+    EGLSyncKHR sync() const { return createSync(display, EGL_SYNC_NATIVE_FENCE_ANDROID, nullptr); }
     sp<Fence> fence(EGLSyncKHR sync) const { return new Fence(dupFence(display, sync)); }
-    sp<Fence> fence() const;
+    sp<Fence> fence() const {
+        const EGLSyncKHR made = sync();
+        sp<Fence> result = fence(made);
+        EXPECT_EQ(destroySync(display, made), kTrue);
+        return result;
+    }
 
     const EGLDisplay display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
     const PFNEGLCREATEIMAGEKHRPROC createImage = EntryPoint{"eglCreateImageKHR"};

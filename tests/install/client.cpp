@@ -3,6 +3,7 @@
 #include <upscaler/upscaler.h>
 
 #include <cstdio>
+#include <cstring>
 
 using namespace android;
 
@@ -14,8 +15,7 @@ int main() {
     sp<GraphicBuffer> dst = new GraphicBuffer(64, 64, PIXEL_FORMAT_RGBA_8888, 1, kUsage);
     void* pixels = nullptr;
     src->lock(GraphicBuffer::USAGE_SW_WRITE_OFTEN, &pixels);
-    for (uint32_t i = 0; i < 32 * src->getStride(); ++i)
-        static_cast<uint32_t*>(pixels)[i] = 0xFF808080;
+    memset(pixels, 0x80, 32 * 4 * src->getStride());
     src->unlock();
 
     Upscaler upscaler;

@@ -7,12 +7,11 @@
 #include <unistd.h>
 
 #include <cstddef>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
-#include <string>
 
 namespace android::test {
 
@@ -29,13 +28,11 @@ inline size_t settledDescriptors(size_t expected) {
 }
 
 inline size_t residentKiB() {
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    while (status >> word && word != "VmRSS:") {
-    }
-    size_t kib = 0;
-    status >> kib;
-    return kib;
+    std::ifstream statm("/proc/self/statm");
+    size_t size = 0;
+    size_t pages = 0;
+    statm >> size >> pages;
+    return pages * static_cast<size_t>(getpagesize()) / 1024;
 }
 
 // Runs `work` in a new process, which ends by way of its exit handlers.
@@ -48,10 +45,8 @@ void inAProcess(const Work& work) {
         // Its own printer is silent in such a process; the parent shows what is on stderr.
         const auto* const result =
                 ::testing::UnitTest::GetInstance()->current_test_info()->result();
-        for (int i = 0; i < result->total_part_count(); ++i) {
-            const ::testing::TestPartResult& part = result->GetTestPartResult(i);
-            fprintf(stderr, "%s:%d: %s\n", part.file_name(), part.line_number(), part.message());
-        }
+        for (int i = 0; i < result->total_part_count(); ++i)
+            std::cerr << result->GetTestPartResult(i);
         exit(result->Failed() ? 1 : 0);
     };
     EXPECT_EXIT(workAndExit(), ::testing::ExitedWithCode(0), "");
