@@ -87,13 +87,6 @@ TEST_F(PngFileTest, TagsComeBack) {
     EXPECT_EQ(tags.intent, std::nullopt);
 }
 
-TEST_F(PngFileTest, NoPartOfAFileIsTakenForTheWhole) {
-    makePng("whole.png", "9x9", "-depth 8");
-    const std::string whole = readBytes("whole.png");
-    for (std::size_t length = 8; length < whole.size(); ++length)
-        EXPECT_THAT(reasonOf(whole.substr(0, length)), HasSubstr("in: the file is cut short"));
-}
-
 TEST_F(PngFileTest, HugePromisesCostNothing) {
     makePng("in.png", "9x9", "-depth 8");
     const std::string small = readBytes("in.png");
