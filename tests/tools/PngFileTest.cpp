@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <png.h>
 
+#include "command.h"
 #include "folder.h"
 #include "png_samples.h"
 #include "tools/alpha.h"
@@ -13,44 +14,64 @@ namespace {
 using testing::HasSubstr;
 using upscale::Picture;
 
-constexpr PngKind kKinds[] = {
-        {PNG_COLOR_TYPE_GRAY, 1},        {PNG_COLOR_TYPE_GRAY, 2},
-        {PNG_COLOR_TYPE_GRAY, 4},        {PNG_COLOR_TYPE_GRAY, 8},
-        {PNG_COLOR_TYPE_GRAY, 16},       {PNG_COLOR_TYPE_GRAY, 2, true},
-        {PNG_COLOR_TYPE_GRAY, 16, true}, {PNG_COLOR_TYPE_PALETTE, 1},
-        {PNG_COLOR_TYPE_PALETTE, 2},     {PNG_COLOR_TYPE_PALETTE, 4},
-        {PNG_COLOR_TYPE_PALETTE, 8},     {PNG_COLOR_TYPE_PALETTE, 4, true},
-        {PNG_COLOR_TYPE_RGB, 8},         {PNG_COLOR_TYPE_RGB, 16},
-        {PNG_COLOR_TYPE_RGB, 8, true},   {PNG_COLOR_TYPE_GRAY_ALPHA, 8},
-        {PNG_COLOR_TYPE_GRAY_ALPHA, 16}, {PNG_COLOR_TYPE_RGBA, 8},
-        {PNG_COLOR_TYPE_RGBA, 16},
-};
-constexpr PngKind kAnyKind = {PNG_COLOR_TYPE_RGB, 8};
-
 using PngFileTest = FolderTest;
 
 TEST_F(PngFileTest, EveryKindIsReadAndWrittenToTheBit) {
-    for (PngKind kind : kKinds) {
-        for (const bool interlaced : {false, true}) {
-            kind.interlaced = interlaced;
-            // Widths that end within a byte, and one too small for some passes of an interlaced
-            // file.
-            for (const std::uint32_t width : {1u, 3u, 29u}) {
-                SCOPED_TRACE(testing::Message()
-                             << "colour type " << kind.colourType << ", depth " << kind.depth
-                             << ", tRNS " << kind.transparentColour << ", interlaced " << interlaced
-                             << ", width " << width);
-                const Picture expected = writeSamplePng("in.png", kind, width, 19);
-                const Picture read = loadPng("in.png");
-                EXPECT_EQ(read.width, width);
-                EXPECT_EQ(read.pixels, expected.pixels);
-                EXPECT_EQ(read.grey, expected.grey);
-                savePng("out.png", expected);
-                EXPECT_EQ(loadPng("out.png").pixels, expected.pixels);
-                EXPECT_EQ(storedColourType("out.png"),
-                          (expected.grey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB) |
-                                  (hasTransparency(expected) ? PNG_COLOR_MASK_ALPHA : 0));
+    const std::string alpha =
+            "-alpha set -channel A +noise Random +channel -define png:color-type=";
+    const std::string hole = "-fill red -draw 'rectangle 0,0 1,9' -transparent red ";
+    const std::string greyHole = "-fill black -draw 'rectangle 0,0 1,9' -transparent black ";
+    const std::string grey = "-colorspace gray -define png:color-type=0 -depth ";
+    const std::string rgb = "-define png:color-type=2 -depth ";
+    const std::string palette = "-define png:color-type=3 -colors ";
+    const struct {
+        std::string options;
+        int type;
+        bool transparent;
+    } kKinds[] = {
+            {grey + "1", PNG_COLOR_TYPE_GRAY, false},
+            {grey + "2", PNG_COLOR_TYPE_GRAY, false},
+            {grey + "4", PNG_COLOR_TYPE_GRAY, false},
+            {grey + "8", PNG_COLOR_TYPE_GRAY, false},
+            {grey + "16", PNG_COLOR_TYPE_GRAY, false},
+            {grey + "2 " + greyHole, PNG_COLOR_TYPE_GRAY, true},
+            {palette + "4", PNG_COLOR_TYPE_PALETTE, false},
+            {palette + "256", PNG_COLOR_TYPE_PALETTE, false},
+            {"-colors 15 -depth 8 -alpha set -channel A -fx 'i<2?0.5:1' +channel",
+             PNG_COLOR_TYPE_PALETTE, true},
+            {palette + "16", PNG_COLOR_TYPE_PALETTE, false},
+            {rgb + "8", PNG_COLOR_TYPE_RGB, false},
+            {rgb + "16", PNG_COLOR_TYPE_RGB, false},
+            {rgb + "8 " + hole, PNG_COLOR_TYPE_RGB, true},
+            {"-colorspace gray -depth 8 " + alpha + "4", PNG_COLOR_TYPE_GRAY_ALPHA, true},
+            {"-colorspace gray -depth 16 " + alpha + "4", PNG_COLOR_TYPE_GRAY_ALPHA, true},
+            {"-depth 8 " + alpha + "6", PNG_COLOR_TYPE_RGBA, true},
+            {"-depth 16 " + alpha + "6", PNG_COLOR_TYPE_RGBA, true},
+    };
+    // Widths that end within a byte; the second is too small for some passes of interlacing.
+    const std::pair<std::string, std::string> kSizes[] = {{"29x19", ""},
+                                                          {"3x19", "-interlace PNG "}};
+    for (const auto& kind : kKinds) {
+        for (const auto& [size, interlace] : kSizes) {
+            SCOPED_TRACE(interlace + kind.options);
+            makePng("in.png", size, interlace + kind.options);
+            ASSERT_EQ(storedColourType("in.png"), kind.type);
+            ASSERT_EQ(shell("convert in.png -depth 16 -endian MSB in.rgba").err, "");
+            const std::string deep = readBytes("in.rgba");
+            std::vector<std::uint8_t> expected;
+            for (std::size_t i = 0; i < deep.size(); i += 2) {
+                const int sample = (deep[i] & 0xff) << 8 | (deep[i + 1] & 0xff);
+                expected.push_back(static_cast<std::uint8_t>((sample + 128) / 257));
             }
+            const Picture read = loadPng("in.png");
+            EXPECT_EQ(read.pixels, expected);
+            EXPECT_EQ(hasTransparency(read), kind.transparent);
+            EXPECT_EQ(read.grey, (kind.type & PNG_COLOR_MASK_COLOR) == 0);
+            savePng("out.png", read);
+            EXPECT_EQ(loadPng("out.png").pixels, read.pixels);
+            EXPECT_EQ(storedColourType("out.png"),
+                      (read.grey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB) |
+                              (kind.transparent ? PNG_COLOR_MASK_ALPHA : 0));
         }
     }
 }
@@ -66,15 +87,8 @@ TEST_F(PngFileTest, TagsComeBack) {
     EXPECT_EQ(tags.intent, std::nullopt);
 }
 
-TEST_F(PngFileTest, NoPartOfAFileIsTakenForTheWhole) {
-    writeSamplePng("whole.png", kAnyKind, 9, 9);
-    const std::string whole = readBytes("whole.png");
-    for (std::size_t length = 8; length < whole.size(); ++length)
-        EXPECT_THAT(reasonOf(whole.substr(0, length)), HasSubstr("in: the file is cut short"));
-}
-
 TEST_F(PngFileTest, HugePromisesCostNothing) {
-    writeSamplePng("in.png", kAnyKind, 9, 9);
+    makePng("in.png", "9x9", "-depth 8");
     const std::string small = readBytes("in.png");
     // Memory for it would be 4 TB: without the check, an allocation fails instead.
     EXPECT_THAT(reasonOf(withHeaderSize(small, 1000000, 1000000)), HasSubstr("cut short"));

@@ -177,9 +177,14 @@ TEST_F(UpscaleBatchGLTest, SheetsShowWhatTheOperationsGive) {
         EXPECT_EQ(sheet.width, row.width);
         EXPECT_EQ(sheet.height, row.height);
         const unsigned columns = (row.width - 16) / row.column;
-        const Picture lastCell = partOf(sheet, 16 + row.lastCell % columns * row.column,
-                                        50 + row.lastCell / columns * row.row, 400, 100);
-        EXPECT_EQ(lastCell.pixels, partOf(loadPng("last.png"), 100, 40, 400, 100).pixels);
+        const auto cell = [&](unsigned index) {
+            return partOf(sheet, 16 + index % columns * row.column, 50 + index / columns * row.row,
+                          400, 100)
+                    .pixels;
+        };
+        shell("convert in.png -crop 200x50+50+20 +repage -sample 200% source.png");
+        EXPECT_EQ(cell(0), loadPng("source.png").pixels);
+        EXPECT_EQ(cell(row.lastCell), partOf(loadPng("last.png"), 100, 40, 400, 100).pixels);
     }
     expectFailures({
             {"--compare --scale 2 --crop 101,0,200x50 in.png s.png", 1, "is not within its 300x90"},

@@ -87,7 +87,7 @@ TEST_P(UpscaleCommandGLTest, KeepsThePictureUprightAtAnySize) {
 }
 
 TEST_P(UpscaleCommandGLTest, PaddingChangesTheEdgeOnly) {
-    writeSamplePng("in.png", {PNG_COLOR_TYPE_RGB, 8}, 24, 20);
+    makePng("in.png", "24x20", "-depth 8");
     // These two read between pixels through the driver's sampler. llvmpipe gives 0 here all the
     // same.
     const bool sampled = GetParam() == "cas-sharpen" || GetParam() == "casv";
@@ -107,14 +107,15 @@ TEST_P(UpscaleCommandGLTest, PaddingChangesTheEdgeOnly) {
 }
 
 TEST_P(UpscaleCommandGLTest, StoresTheKindOfTheInput) {
-    const std::pair<PngKind, int> kRows[] = {
-            {{PNG_COLOR_TYPE_GRAY, 8}, PNG_COLOR_TYPE_GRAY},
-            {{PNG_COLOR_TYPE_RGB, 8, false, true}, PNG_COLOR_TYPE_RGB},
-            {{PNG_COLOR_TYPE_PALETTE, 4, true}, PNG_COLOR_TYPE_RGBA},
-            {{PNG_COLOR_TYPE_GRAY_ALPHA, 8}, PNG_COLOR_TYPE_GRAY_ALPHA},
+    const std::pair<std::string, int> kRows[] = {
+            {"-colorspace gray", PNG_COLOR_TYPE_GRAY},
+            {"-interlace PNG", PNG_COLOR_TYPE_RGB},
+            {"-colors 15 -alpha set -channel A -fx 'i<2?0.5:1' +channel", PNG_COLOR_TYPE_RGBA},
+            {"-colorspace gray -alpha set -channel A -evaluate set 50% +channel",
+             PNG_COLOR_TYPE_GRAY_ALPHA},
     };
-    for (const auto& [kind, stored] : kRows) {
-        writeSamplePng("in.png", kind, 12, 10);
+    for (const auto& [options, stored] : kRows) {
+        makePng("in.png", "12x10", "-depth 8 " + options);
         scaled(18, 15);
         EXPECT_EQ(storedColourType("out.png"), stored);
     }
@@ -208,7 +209,7 @@ TEST_F(UpscaleFilesGLTest, CheckKnowsGoodDriversFromBad) {
 }
 
 TEST_F(UpscaleFilesGLTest, FormatsGoByContentAndByName) {
-    writeSamplePng("deep.png", {PNG_COLOR_TYPE_RGB, 16}, 16, 12);
+    makePng("deep.png", "16x12", "-depth 16");
     EXPECT_THAT(runUpscale("--scale 2 deep.png out.png").err,
                 "upscale: warning: deep.png: 16 bits a channel are reduced to 8\n");
     EXPECT_EQ(runUpscale("--scale 1 in.png photo.jpg --quality 95").exitCode, 0);
@@ -248,7 +249,7 @@ TEST_F(UpscaleFilesGLTest, VerboseTellsOfDriverAndTimes) {
 TEST_F(UpscaleFilesGLTest, ADiskThatFillsUpLeavesNothing) {
     // In blocks of 512 bytes: less than the output, which is large, and more than
     // the files in memory that a driver's compiler may use.
-    writeSamplePng("in.png", {PNG_COLOR_TYPE_RGB, 8}, 100, 100);
+    makePng("in.png", "100x100", "-depth 8");
     EXPECT_THAT(shell("ulimit -f 256; MESA_SHADER_CACHE_DISABLE=true '" UPSCALE_COMMAND
                       "' --size 1200x1200 in.png out.png"),
                 FailedWith(1, "out.png: File too large"));

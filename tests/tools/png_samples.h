@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Pictures to test with, and PNG files of every kind, made with libpng itself.
+/// Pictures to test with, and PNG files of every kind.
 #ifndef UPSCALER_TESTS_TOOLS_PNG_SAMPLES_H
 #define UPSCALER_TESTS_TOOLS_PNG_SAMPLES_H
 
@@ -24,18 +24,8 @@ upscale::Picture painted(std::uint32_t width, std::uint32_t height, Paint paint)
     return picture;
 }
 
-/// A way to store a picture.
-struct PngKind {
-    int colourType;
-    int depth;
-    bool transparentColour = false;  ///< Has a tRNS chunk.
-    bool interlaced = false;
-};
-
-/// Writes a picture with varied samples in the given way.
-/// @return what a reader should see, worked out from the samples.
-upscale::Picture writeSamplePng(const std::string& path, const PngKind& kind, std::uint32_t width,
-                                std::uint32_t height);
+/// Makes a PNG file of noise with ImageMagick, in the way that its options tell.
+void makePng(const std::string& path, const std::string& size, const std::string& options);
 
 /// Writes a picture as the tool does.
 void savePng(const std::string& path, const upscale::Picture& picture);
