@@ -76,6 +76,24 @@ TEST(GraphicBufferGLTest, EveryFormatCarriesPixelsBothWays) {
     }
 }
 
+// All 65536 values of a format with a conversion of its own, CPU to GPU and back.
+TEST(GraphicBufferGLTest, ConversionsLoseNoValue) {
+    for (const PixelFormat format : {PIXEL_FORMAT_RGB_565, PIXEL_FORMAT_RGBA_FP16}) {
+        // One whose memory is not kept from lock to lock.
+        const sp<GraphicBuffer> buffer =
+                new GraphicBuffer(512 / bytesPerPixel(format), 256, format, 1,
+                                  GraphicBuffer::USAGE_SW_WRITE_RARELY, "test");
+        Bytes pixels;
+        for (unsigned i = 0; i < 65536; ++i) {
+            const bool isNan = format == PIXEL_FORMAT_RGBA_FP16 && (i & 0x7fff) > 0x7c00;
+            const unsigned word = isNan ? 0 : i;  // NaN may change its payload.
+            pixels.insert(pixels.end(), {uint8_t(word), uint8_t(word >> 8)});
+        }
+        writePixels(buffer, pixels);
+        EXPECT_TRUE(readPixels(buffer) == pixels) << "format " << format;
+    }
+}
+
 TEST(GraphicBufferGLTest, StartsAtZeroAndReportsWhatWasAsked) {
     const sp<GraphicBuffer> buffer = makeBuffer(7, 3, PIXEL_FORMAT_RGB_888);
     EXPECT_THAT(readPixels(buffer), Each(0));
