@@ -37,6 +37,7 @@ TEST_F(FaultGLTest, ClientsHaveTheCheckAndTheNamesToo) {
     EXPECT_STREQ(opengl_errno_name(GL_NO_ERROR), "NO_ERROR");
     for (const auto& error : kErrors)
         EXPECT_STREQ(opengl_errno_name(error.code), error.name);
+    const OwnedUpscaler upscaler;
     GlTrace trace;
     trace.raiseAfter(0, GL_OUT_OF_MEMORY);
     opengl_check_error("some/path", 7, "glFlush()");

@@ -119,17 +119,4 @@ TEST(Y4mTest, RefusesWithAReason) {
     }
 }
 
-TEST(Y4mTest, FramesComeWithTheirParameters) {
-    TextSource source("YUV4MPEG2 W2 H1 Cmono\nFRAME\nabFRAME I1pp XQ=3\n\n\n");
-    FrameReader reader(source);
-    std::string frame(2, 0);
-    std::string parameters;
-    auto* bytes = reinterpret_cast<std::uint8_t*>(frame.data());
-    ASSERT_TRUE(reader.next(bytes, parameters));
-    EXPECT_EQ(frame + parameters, "ab");
-    ASSERT_TRUE(reader.next(bytes, parameters));
-    EXPECT_EQ(frame + parameters, "\n\n I1pp XQ=3");
-    EXPECT_FALSE(reader.next(bytes, parameters));
-}
-
 }  // namespace
