@@ -82,7 +82,6 @@ TEST_F(FaultGLTest, GlInTeardown) {
 TEST_F(FaultGLTest, GlInAProgramThatDoesNotBuild) {
     OwnedUpscaler upscaler;
     const std::string broken = "#version 320 es\nvoid main() { nonsense = 1; }\n";
-    log.clear();
     GlTrace trace;
     trace.raiseAlways(GL_INVALID_VALUE);
     GfxShader(broken, broken);
@@ -296,7 +295,6 @@ TEST_F(FaultGLTest, TheContextIsLost) {
 
 // Every shader is refused: the lines of nine programs, and an object that can still be called.
 TEST_F(FaultGLTest, TheCompilerRefuses) {
-    log.clear();
     GlTrace trace;
     trace.failNext("glCompileShader", 0, GlTrace::kAlways);
     OwnedUpscaler upscaler;

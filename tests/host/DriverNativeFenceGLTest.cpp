@@ -27,20 +27,23 @@ struct FakeDriver {
     bool flushed = false;
 } fake;
 
-EGLSyncKHR createSync(EGLDisplay, EGLenum type, const EGLint*) {
-    EXPECT_EQ(type == EGL_SYNC_NATIVE_FENCE_ANDROID, fake.hasNativeFences);
+EGLSyncKHR createSync(EGLDisplay, EGLenum type, const EGLint* attributes) {
+    EXPECT_EQ(type,
+              EGLenum(fake.hasNativeFences ? EGL_SYNC_NATIVE_FENCE_ANDROID : EGL_SYNC_FENCE_KHR));
+    EXPECT_EQ(attributes, nullptr);
     fake.syncLives = true;
     fake.flushed = false;
     return &fake;
 }
 
-EGLBoolean destroySync(EGLDisplay, EGLSyncKHR) {
+EGLBoolean destroySync(EGLDisplay, EGLSyncKHR sync) {
+    EXPECT_EQ(sync, &fake);
     fake.syncLives = false;
     return EGL_TRUE;
 }
 
-EGLint dupFence(EGLDisplay, EGLSyncKHR) {
-    return fake.flushed ? dup(fake.descriptor.get()) : -1;
+EGLint dupFence(EGLDisplay, EGLSyncKHR sync) {
+    return sync == &fake && fake.flushed ? dup(fake.descriptor.get()) : -1;
 }
 
 }  // namespace

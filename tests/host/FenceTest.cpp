@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <thread>
 #include <utility>
 
 namespace android {
@@ -65,8 +66,12 @@ TEST(FenceTest, WaitsAsLongAsAsked) {
     const nsecs_t start = systemTime(SYSTEM_TIME_MONOTONIC);
     EXPECT_EQ(manual.fence->wait(30), -ETIME);
     EXPECT_GE(systemTime(SYSTEM_TIME_MONOTONIC) - start, ms2ns(30));
-    manual.signal.reset();
+    std::thread later([&] {
+        usleep(20000);
+        manual.signal.reset();
+    });
     EXPECT_EQ(manual.fence->waitForever("test"), NO_ERROR);
+    later.join();
     expectState(manual.fence, NO_ERROR, Fence::Status::Signaled);
 }
 
@@ -80,6 +85,19 @@ TEST(FenceTest, OwnsItsDescriptorAndGivesCopies) {
     EXPECT_EQ(fcntl(original, F_GETFD), -1);
     for (const sp<Fence>& copy : copies)
         EXPECT_EQ(fcntl(copy->get(), F_GETFD), FD_CLOEXEC);
+}
+
+TEST(FenceTest, AMergedFenceSignalsWithTheLaterOne) {
+    ManualFence first;
+    ManualFence second;
+    const sp<Fence> merged = Fence::merge("test", first.fence, second.fence);
+    second.signal.reset();
+    EXPECT_EQ(merged->wait(20), -ETIME);
+    const nsecs_t before = systemTime(SYSTEM_TIME_MONOTONIC);
+    first.signal.reset();
+    EXPECT_EQ(merged->waitForever("test"), NO_ERROR);
+    EXPECT_GE(merged->getSignalTime(), before);
+    EXPECT_LE(merged->getSignalTime(), systemTime(SYSTEM_TIME_MONOTONIC));
 }
 
 }  // namespace

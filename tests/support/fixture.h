@@ -125,6 +125,9 @@ inline std::vector<uint32_t> pixelsOf(const sp<GraphicBuffer>& buffer) {
     return pixels;
 }
 
+// The uniforms of the scripts are those of such a source and destination.
+constexpr uint32_t kSrcWidth = 24, kSrcHeight = 16, kDstWidth = 48, kDstHeight = 64;
+
 // A test of the library, without debug lines unless it asks for them.
 class LibraryTest : public ::testing::Test {
   protected:
@@ -134,8 +137,8 @@ class LibraryTest : public ::testing::Test {
     }
 
     LogCapture log;
-    sp<GraphicBuffer> src = makeBuffer(24, 16);
-    sp<GraphicBuffer> dst = makeBuffer(48, 64);
+    sp<GraphicBuffer> src = makeBuffer(kSrcWidth, kSrcHeight);
+    sp<GraphicBuffer> dst = makeBuffer(kDstWidth, kDstHeight);
     sp<Fence> fence = Fence::NO_FENCE;
 };
 

@@ -13,9 +13,6 @@
 
 namespace android::test {
 
-// The scripts' uniforms are those of a source of 24 x 16 pixels and a destination of 48 x 64.
-constexpr uint32_t kSrcWidth = 24, kSrcHeight = 16, kDstWidth = 48, kDstHeight = 64;
-
 struct OperationRow {
     std::string name;  // of its script, too
     void (Upscaler::*call)(sp<GraphicBuffer>&, sp<GraphicBuffer>&, float, sp<Fence>*);

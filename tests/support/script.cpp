@@ -192,6 +192,7 @@ std::string shown(const GlCall& call) {
 
 Script scriptOf(const std::string& text, const Parameters& parameters) {
     // The programs' texts are those of another file of the library.
+    static const std::regex notGiven(R"(\$\{\w+\})");
     static const std::set<std::string> ofShader = {"program", "use", "scalar", "vector"};
     const auto after = [](std::string& line, const std::string& mark) {
         const size_t at = line.find(mark);
@@ -212,7 +213,7 @@ Script scriptOf(const std::string& text, const Parameters& parameters) {
         }
         for (const auto& [name, value] : parameters)
             line = replaced(line, "${" + name + "}", value);
-        line = std::regex_replace(line, std::regex(R"(\$\{\w+\})"), "");  // What is not given.
+        line = std::regex_replace(line, notGiven, "");
         if (line.compare(0, 8, "include ") == 0) {
             std::istringstream words(line.substr(8));
             std::string file, word;

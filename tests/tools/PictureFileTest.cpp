@@ -37,14 +37,17 @@ Picture slopes(std::uint32_t width, std::uint32_t height, bool transparent) {
     });
 }
 
-// The JPEG file with an EXIF segment that tells its orientation, in one byte order or the other.
+// The JPEG file with an EXIF segment that tells something else and its orientation, in one byte
+// order or the other.
 std::string turned(const std::string& jpeg, int orientation) {
     const std::string size(
-            "\xff\xe1\0\x22"
+            "\xff\xe1\0\x2e"
             "Exif\0",
             10);
-    const std::string big("MM\0*\0\0\0\x08\0\1\1\x12\0\3\0\0\0\1\0?\0\0\0\0\0\0", 26);
-    const std::string little("II*\0\x08\0\0\0\1\0\x12\1\3\0\1\0\0\0?\0\0\0\0\0\0\0", 26);
+    const std::string big(
+            "MM\0*\0\0\0\x08\0\2\1\3\0\3\0\0\0\1\0\6\0\0\1\x12\0\3\0\0\0\1\0?\0\0\0\0\0\0", 38);
+    const std::string little(
+            "II*\0\x08\0\0\0\2\0\3\1\3\0\1\0\0\0\6\0\0\0\x12\1\3\0\1\0\0\0?\0\0\0\0\0\0\0", 38);
     std::string exif = size + (orientation % 2 == 0 ? big : little);
     exif[exif.find('?')] = static_cast<char>(orientation);
     return jpeg.substr(0, 2) + exif + jpeg.substr(2);

@@ -133,16 +133,25 @@ TEST_F(UpscaleBatchGLTest, ProgressIsForTerminalsOnly) {
 
 TEST_F(UpscaleBatchGLTest, ASignalLeavesWholeFilesOnly) {
     savePng("in/b.png", gradient(200, 200));
-    const Outcome outcome =
-            shell("'" UPSCALE_COMMAND
-                  "' --op nea --size 3000x3000 in/[abc].png in/c.PNG out/ &\n"
-                  "for i in $(seq 6000); do\n"
-                  "    [ -e out/a.png -a -e out/.upscale-* ] && kill -TERM $! && break\n"
-                  "    sleep 0.01\n"
-                  "done\n"
-                  "wait $!");
-    EXPECT_EQ(outcome.exitCode, 128 + SIGTERM) << outcome;
-    EXPECT_EQ(namesIn("out"), Names{"a.png"});
+    fs::create_directory("one");
+    const struct {
+        std::string arguments, begun, folder;
+        Names left;
+    } kRows[] = {
+            {"in/[abc].png in/c.PNG out/", "-e out/a.png -a -e out/.upscale-*", "out", {"a.png"}},
+            {"in/b.png one/b.png", "-e one/.upscale-*", "one", {}},
+    };
+    for (const auto& row : kRows) {
+        const Outcome outcome =
+                shell("'" UPSCALE_COMMAND "' --op nea --size 3000x3000 " + row.arguments +
+                      " &\nfor i in $(seq 6000); do\n    [ " + row.begun +
+                      " ] && kill -TERM $! && break\n"
+                      "    sleep 0.01\n"
+                      "done\n"
+                      "wait $!");
+        EXPECT_EQ(outcome.exitCode, 128 + SIGTERM) << outcome;
+        EXPECT_EQ(namesIn(row.folder), row.left);
+    }
     EXPECT_EQ(loadPng("out/a.png").width, 3000u);
 }
 
