@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "png_samples.h"
+#include "painted.h"
 
 namespace {
 
