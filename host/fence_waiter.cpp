@@ -178,9 +178,10 @@ bool FenceWaiter::isDone(Pending* pending) {
             done = false;
             continue;
         }
-        if (time != Fence::SIGNAL_TIME_INVALID) {
-            pending->inputTime = std::max(pending->inputTime, time);
-        }
+        // A foreign one has no time but that at which it was seen.
+        const bool timed = time != Fence::SIGNAL_TIME_INVALID;
+        pending->inputTime =
+                std::max(pending->inputTime, timed ? time : systemTime(SYSTEM_TIME_MONOTONIC));
         input.reset();
     }
     return done;
