@@ -5,9 +5,9 @@
 # A command stands behind "$ ", more of it behind "> "; then what it prints, with "! " ahead of what goes to standard error,
 # and its exit code, if that is not 0, in brackets.
 set -o pipefail
-export PATH=$1:$PATH
-faulty_gl=$2
-transcript=$3
+export PATH=$(realpath "$1"):$PATH
+faulty_gl=$(realpath "$2")
+transcript=$(realpath "$3")
 project=$(cd "$(dirname "$0")/../.." && pwd)
 
 # The names of all operations.
