@@ -100,11 +100,9 @@ TEST_F(FaultGLTest, GlInConstruction) {
 
 // Each kind of call of a construction with each code: nine programs need not be built for that.
 TEST_F(FaultGLTest, GlInAProgramAndInTheQuad) {
-    const std::string vertex = "#version 320 es\nvoid main() { gl_Position = vec4(0.0); }\n";
-    const std::string fragment = "#version 320 es\nvoid main() {}\n";
     OwnedUpscaler upscaler;
     expectEachCheckReports("include program member=program", kErrors,
-                           [&] { GfxShader(vertex, fragment); });
+                           [] { GfxShader(kVertex, kFragment); });
     expectEachCheckReports("include objects\ninclude quad", kErrors, [&] {
         UpscalerPeer::forgetNames(*upscaler);
         upscaler->initOpenGL();
@@ -120,10 +118,9 @@ TEST_F(FaultGLTest, GlInTeardown) {
 
 TEST_F(FaultGLTest, GlInAProgramThatDoesNotBuild) {
     OwnedUpscaler upscaler;
-    const std::string broken = "#version 320 es\nvoid main() { nonsense = 1; }\n";
     GlTrace trace;
     trace.failAlways("glGetError", GL_INVALID_VALUE);
-    GfxShader(broken, broken);
+    GfxShader(kBroken, kBroken);
     EXPECT_THAT(log.errors(),
                 Contains(HasSubstr(": glGetShaderInfoLog(shader, InfoLogLength, NULL, "
                                    "&VertexShaderErrorMessage[0]) failed: INVALID_VALUE \n"))
@@ -271,6 +268,7 @@ TEST_F(FaultGLTest, AMissingEntryPointFailsLikeItsCall) {
         const char* error;  // for each buffer; null: none
         bool fenceIsValid;
     };
+    // In the order in which they are fetched.
     const Row rows[] = {{"glEGLImageTargetTexture2DOES",
                          ": glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage) "
                          "failed: INVALID_OPERATION \n",
@@ -280,11 +278,11 @@ TEST_F(FaultGLTest, AMissingEntryPointFailsLikeItsCall) {
                         {"eglCreateSyncKHR", nullptr, false},
                         {"eglDestroySyncKHR", nullptr, true},
                         {"eglWaitSyncKHR", nullptr, true}};
-    for (const Row& row : rows) {
+    for (size_t at = 0; at < std::size(rows); ++at) {
+        const Row& row = rows[at];
         SCOPED_TRACE(row.missing);
         log.clear();
         GlTrace trace;
-        const auto at = static_cast<size_t>(&row - rows);
         trace.fail("eglGetProcAddress", at);
         OwnedUpscaler upscaler;
         EXPECT_EQ(trace.named("eglGetProcAddress").at(at).arguments[0],
@@ -307,11 +305,11 @@ TEST_F(FaultGLTest, TheContextIsLost) {
     for (const OperationRow& row : operations()) {
         SCOPED_TRACE(row.name);
         Upscaler lost;
-        ((lost).*row.call)(src, dst, 0.5f, &fence);
+        (lost.*row.call)(src, dst, 0.5f, &fence);
         log.clear();
         GlTrace trace;
         trace.loseContext();
-        ((lost).*row.call)(src, dst, 0.5f, &fence);
+        (lost.*row.call)(src, dst, 0.5f, &fence);
         ASSERT_NE(fence, nullptr);
         EXPECT_FALSE(fence->isValid());
         EXPECT_EQ(log.errors().size(), trace.count("glGetError")) << "one line for each check";

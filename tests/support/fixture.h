@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
 
 #include "support/buffers.h"
 #include "support/gl_trace.h"
@@ -34,6 +35,11 @@ class UpscalerPeer {
 namespace test {
 
 constexpr char kLevelProperty[] = "debug.vardi.display.ups.enable";
+
+// The smallest program, and a shader that does not compile.
+inline const std::string kVertex = "#version 320 es\nvoid main() { gl_Position = vec4(0.0); }\n";
+inline const std::string kFragment = "#version 320 es\nvoid main() {}\n";
+inline const std::string kBroken = "#version 320 es\nvoid main() { nonsense = 1; }\n";
 
 // An Upscaler that is torn down in the right order.
 class OwnedUpscaler {

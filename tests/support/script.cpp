@@ -28,6 +28,7 @@ Words readConstants() {
     return constants;
 }
 
+// In question marks if there is none.
 std::string valueOf(const std::string& word, const Words& words) {
     static const Words constants = readConstants();
     for (const Words* dictionary : {&words, &constants}) {
@@ -41,13 +42,14 @@ std::string valueOf(const std::string& word, const Words& words) {
         return std::to_string(bits);
     }
     if (word.rfind("0x", 0) == 0) return std::to_string(std::stoul(word, nullptr, 16));
-    static const std::regex literal(R"([-\d"{*].*|)");
-    return std::regex_match(word, literal) ? word : "?" + word + "?";
+    static const std::regex asItStands(R"([-\d"{*].*|)");
+    return std::regex_match(word, asItStands) ? word : "?" + word + "?";
 }
 
-// What a debug line says now.
+// A debug line, as the trace has it if that is what is logged.
 std::string lineNow(std::string line, const Words& words) {
     static const std::regex placeholder(R"(\{(\w+):?(\w?)\})");
+    static const std::regex newline(R"(\\n)");
     for (std::smatch found; std::regex_search(line, found, placeholder);) {
         const std::string value = valueOf(found[1], words);
         std::ostringstream shown;
@@ -59,24 +61,25 @@ std::string lineNow(std::string line, const Words& words) {
             shown << (found[2] == "f" ? std::to_string(std::stof(value)) : value);
         line = found.prefix().str() + shown.str() + found.suffix().str();
     }
-    return std::regex_replace(line, std::regex(R"(\\n)"), "\n");
+    return GlCall{"log", {std::regex_replace(line.substr(2), newline, "\n")}, ""}.text();
 }
 
-// The text of `call` if it is the one that the line tells; what it makes gives words their values.
+// A call, as the trace has it if that is what `call` is. What is made gives its word the value.
 std::string callNow(const std::string& line, const GlCall& call, Words& words) {
-    static const std::regex form(R"(!?(?:(\w+) = )?((gl|egl)(Delete)?\w+)\((.*)\))"), comma(", ");
+    static const std::regex form(R"(!?(?:(\w+) = )?((?:gl|egl)(Delete)?\w+)\((.*)\))");
+    static const std::regex comma(", ");
     std::smatch found;
     EXPECT_TRUE(std::regex_match(line, found, form)) << line;
     if (found[1].matched) words[found[1]] = call.result;
+    const bool deletes = found[3].matched;
     GlCall expected = {found[2], {}, ""};
-    for (std::sregex_token_iterator it(found[5].first, found[5].second, comma, -1), end; it != end;
-         ++it) {
-        std::string word = *it;
+    std::sregex_token_iterator argument(found[4].first, found[4].second, comma, -1);
+    for (const std::sregex_token_iterator end; argument != end; ++argument) {
+        std::string word = *argument;
         if (word[0] == '&') {
             word.erase(0, 1);
             const size_t at = expected.arguments.size();
-            const bool isMade = !found[4].matched && at < call.arguments.size();
-            if (isMade) words[word] = call.arguments[at];
+            if (!deletes && at < call.arguments.size()) words[word] = call.arguments[at];
         }
         expected.arguments.push_back(valueOf(word, words));
     }
@@ -163,8 +166,7 @@ testing::AssertionResult follows(const GlTrace& trace, const Script& script, Wor
             continue;
         }
         const auto result = isNext(
-                line, line[0] == '|' ? GlCall{"log", {lineNow(line.substr(2), words)}, ""}.text()
-                                     : callNow(line, calls[at], words));
+                line, line[0] == '|' ? lineNow(line, words) : callNow(line, calls[at], words));
         if (!result) return result;
         ++at;
     }
