@@ -19,12 +19,13 @@ std::vector<std::string> callsOf(const GlTrace& trace) {
     std::vector<std::string> calls;
     for (const GlCall& call : trace.calls()) {
         if (call.name == "glGetError" || call.name.rfind("atrace", 0) == 0) continue;
-        std::string text = call.name + " " + call.text;
+        std::string text = call.name;
         // The first argument otherwise: a target or an object.
         const bool isBind = call.name == "glBindTexture" || call.name == "glBindFramebuffer";
         for (size_t i = 0; i < call.arguments.size(); ++i) {
-            if (compared.count(call.name) != 0 || (isBind && i == 0))
-                text += " " + std::to_string(call.arguments[i]);
+            const bool isText = std::string("\"{").find(call.arguments[i][0]) != std::string::npos;
+            if (compared.count(call.name) != 0 || (isBind && i == 0) || isText)
+                text += " " + call.arguments[i];
         }
         calls.push_back(text);
     }

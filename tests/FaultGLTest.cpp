@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "support/fixture.h"
 #include "support/operations.h"
+#include "support/script.h"
 
 namespace android::test {
 namespace {
@@ -17,10 +20,12 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-constexpr struct {
+struct Error {
     GLenum code;
-    const char* name;
-} kErrors[] = {
+    std::string name;
+};
+
+const std::vector<Error> kErrors = {
         {GL_INVALID_ENUM, "INVALID_ENUM"},
         {GL_INVALID_VALUE, "INVALID_VALUE"},
         {GL_INVALID_OPERATION, "INVALID_OPERATION"},
@@ -29,6 +34,45 @@ constexpr struct {
         {0x0777, "unknown error"},
 };
 
+template <typename Work>
+std::vector<std::string> callNames(Work work) {
+    GlTrace trace;
+    work();
+    return trace.names();
+}
+
+// Does the work once for each checked GL call of the script and each error, which is pending behind
+// it, and expects the one line about it and the same calls as without.
+template <typename Work>
+void expectEachCheckReports(const std::string& script, const std::vector<Error>& errors,
+                            Work work) {
+    static const std::regex ofShaders("Shader|Program|Uniform"), number(": [0-9]+: ");
+    const Script checked = checkedCalls(scriptOf(script));
+    const std::vector<std::string> undisturbed = callNames(work);
+    for (const Error& error : errors) {
+        for (size_t i = 0; i < checked.size(); ++i) {
+            SCOPED_TRACE(checked[i] + ", " + error.name);
+            LogCapture log;
+            GlTrace trace;
+            trace.fail("glGetError", i, error.code);
+            work();
+            ASSERT_EQ(trace.names(), undisturbed);
+            const bool isOfShader = std::regex_search(checked[i], ofShaders);
+            const std::string line =
+                    std::string("glGetError failed multimedia/display/upsservice/upscaler/") +
+                    (isOfShader ? "gfx/gfx_shader" : "upscaler") + ": LINE: " + checked[i] +
+                    " failed: " + error.name + " \n";
+            ASSERT_THAT(log.errors(), SizeIs(1));
+            ASSERT_EQ(std::regex_replace(log.errors()[0], number, ": LINE: "), line);
+        }
+    }
+    // One check more than the script has, and the error would still be pending.
+    GlTrace trace;
+    trace.fail("glGetError", checked.size(), GL_INVALID_ENUM);
+    work();
+    EXPECT_TRUE(trace.isStillToFail("glGetError"));
+}
+
 using FaultGLTest = LibraryTest;
 
 // ---- GL, behind each of its calls ----
@@ -36,10 +80,10 @@ using FaultGLTest = LibraryTest;
 TEST_F(FaultGLTest, ClientsHaveTheCheckAndTheNamesToo) {
     EXPECT_STREQ(opengl_errno_name(GL_NO_ERROR), "NO_ERROR");
     for (const auto& error : kErrors)
-        EXPECT_STREQ(opengl_errno_name(error.code), error.name);
+        EXPECT_EQ(opengl_errno_name(error.code), error.name);
     const OwnedUpscaler upscaler;
     GlTrace trace;
-    trace.raiseAfter(0, GL_OUT_OF_MEMORY);
+    trace.fail("glGetError", 0, GL_OUT_OF_MEMORY);
     opengl_check_error("some/path", 7, "glFlush()");
     opengl_check_error("some/path", 8, "glFinish()");  // No error is left.
     EXPECT_EQ(trace.count("glGetError"), 2u);
@@ -48,7 +92,7 @@ TEST_F(FaultGLTest, ClientsHaveTheCheckAndTheNamesToo) {
 }
 
 TEST_F(FaultGLTest, GlInConstruction) {
-    expectEachCheckReports(scriptOf("include construction"), GL_OUT_OF_MEMORY, "OUT_OF_MEMORY", [] {
+    expectEachCheckReports("include construction", {{GL_OUT_OF_MEMORY, "OUT_OF_MEMORY"}}, [] {
         Upscaler upscaler;
         upscaler.destroyEGL();
     });
@@ -56,35 +100,27 @@ TEST_F(FaultGLTest, GlInConstruction) {
 
 // Each kind of call of a construction with each code: nine programs need not be built for that.
 TEST_F(FaultGLTest, GlInAProgramAndInTheQuad) {
-    const std::string vertex = "#version 320 es\nvoid main() { gl_Position = vec4(0.0); }\n";
-    const std::string fragment = "#version 320 es\nvoid main() {}\n";
     OwnedUpscaler upscaler;
-    for (const auto& error : kErrors) {
-        expectEachCheckReports(scriptOf("include program member=program"), error.code, error.name,
-                               [&] { GfxShader(vertex, fragment); });
-        expectEachCheckReports(scriptOf("include objects\ninclude quad"), error.code, error.name,
-                               [&] {
-                                   UpscalerPeer::forgetNames(*upscaler);
-                                   upscaler->initOpenGL();
-                               });
-    }
+    expectEachCheckReports("include program member=program", kErrors,
+                           [] { GfxShader(kVertex, kFragment); });
+    expectEachCheckReports("include objects\ninclude quad", kErrors, [&] {
+        UpscalerPeer::forgetNames(*upscaler);
+        upscaler->initOpenGL();
+    });
 }
 
 TEST_F(FaultGLTest, GlInTeardown) {
     OwnedUpscaler upscaler;
     upscaler->fsrResize(src, dst, 0.0f, &fence);
     upscaler->clearOpenGLResources();
-    for (const auto& error : kErrors)
-        expectEachCheckReports(scriptOf("include clear"), error.code, error.name,
-                               [&] { upscaler->clearOpenGLResources(); });
+    expectEachCheckReports("include clear", kErrors, [&] { upscaler->clearOpenGLResources(); });
 }
 
 TEST_F(FaultGLTest, GlInAProgramThatDoesNotBuild) {
     OwnedUpscaler upscaler;
-    const std::string broken = "#version 320 es\nvoid main() { nonsense = 1; }\n";
     GlTrace trace;
-    trace.raiseAlways(GL_INVALID_VALUE);
-    GfxShader(broken, broken);
+    trace.failAlways("glGetError", GL_INVALID_VALUE);
+    GfxShader(kBroken, kBroken);
     EXPECT_THAT(log.errors(),
                 Contains(HasSubstr(": glGetShaderInfoLog(shader, InfoLogLength, NULL, "
                                    "&VertexShaderErrorMessage[0]) failed: INVALID_VALUE \n"))
@@ -98,23 +134,16 @@ class OperationFaultGLTest : public LibraryTest,
                              public ::testing::WithParamInterface<OperationRow> {
   protected:
     void call() { ((*upscaler).*GetParam().call)(src, dst, 0.5f, &fence); }
-    std::vector<std::string> callNames() {
-        GlTrace trace;
-        call();
-        return trace.names();
-    }
 
     OwnedUpscaler upscaler;
 };
 
 TEST_P(OperationFaultGLTest, Gl) {
     call();
-    for (const auto& error : kErrors)
-        expectEachCheckReports(operationScript(GetParam(), Cache::Hit), error.code, error.name,
-                               [&] { call(); });
+    expectEachCheckReports("include " + GetParam().name + " hit", kErrors, [&] { call(); });
     EXPECT_TRUE(fence->isValid());
-    expectEachCheckReports(operationScript(GetParam(), Cache::Miss), GL_INVALID_VALUE,
-                           "INVALID_VALUE", [&] {
+    expectEachCheckReports("include " + GetParam().name + " miss",
+                           {{GL_INVALID_VALUE, "INVALID_VALUE"}}, [&] {
                                src = makeBuffer(kSrcWidth, kSrcHeight);
                                dst = makeBuffer(kDstWidth, kDstHeight);
                                call();
@@ -133,12 +162,12 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
              "syncForReleaseLocked: error dup'ing native fence fd: 0x3004"},
     };
     call();
-    const std::vector<std::string> undisturbed = callNames();
+    const std::vector<std::string> undisturbed = callNames([&] { call(); });
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.fails);
         log.clear();
         GlTrace trace;
-        trace.failNext(row.fails);
+        trace.fail(row.fails);
         fence.clear();
         call();
         ASSERT_NE(fence, nullptr);
@@ -147,8 +176,8 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
         EXPECT_EQ(trace.names(), undisturbed);
 
         resizeBufferLogLevel = 0x21;
-        trace.failNext(row.fails);
-        trace.setEglError(0x3004);
+        trace.fail(row.fails);
+        trace.failAlways("eglGetError", 0x3004);
         trace.clear();
         call();
         EXPECT_THAT(log.debug(), Contains(row.line));
@@ -158,7 +187,7 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
     // Its result is not asked for.
     GlTrace trace;
     log.clear();
-    trace.failNext("eglDestroySyncKHR");
+    trace.fail("eglDestroySyncKHR");
     call();
     EXPECT_TRUE(fence->isValid());
     EXPECT_THAT(log.lines(), IsEmpty());
@@ -169,7 +198,7 @@ TEST_P(OperationFaultGLTest, Images) {
         OwnedUpscaler fresh;
         log.clear();
         GlTrace trace;
-        trace.failNext("eglCreateImageKHR", failing);
+        trace.fail("eglCreateImageKHR", failing);
         ((*fresh).*GetParam().call)(src, dst, 0.5f, &fence);
         EXPECT_EQ(log.errors().at(0), "get_texture: EGL_NO_IMAGE_KHR");
         EXPECT_TRUE(fence->isValid());
@@ -210,8 +239,8 @@ TEST_F(FaultGLTest, EglInConstruction) {
         SCOPED_TRACE(row.call);
         log.clear();
         GlTrace trace;
-        trace.failNext(row.call);
-        trace.setEglError(0x3003);
+        trace.fail(row.call);
+        trace.failAlways("eglGetError", 0x3003);
         OwnedUpscaler upscaler;
         EXPECT_EQ(log.errors().at(0), row.line);
         EXPECT_THAT(log.errors(), Not(Contains(HasSubstr("glGetError"))));
@@ -239,21 +268,25 @@ TEST_F(FaultGLTest, AMissingEntryPointFailsLikeItsCall) {
         const char* error;  // for each buffer; null: none
         bool fenceIsValid;
     };
-    const Row rows[] = {{"eglCreateImageKHR", "get_texture: EGL_NO_IMAGE_KHR", true},
-                        {"glEGLImageTargetTexture2DOES",
+    // In the order in which they are fetched.
+    const Row rows[] = {{"glEGLImageTargetTexture2DOES",
                          ": glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage) "
                          "failed: INVALID_OPERATION \n",
                          true},
+                        {"eglCreateImageKHR", "get_texture: EGL_NO_IMAGE_KHR", true},
+                        {"eglDestroyImageKHR", nullptr, true},
                         {"eglCreateSyncKHR", nullptr, false},
                         {"eglDestroySyncKHR", nullptr, true},
-                        {"eglDestroyImageKHR", nullptr, true},
                         {"eglWaitSyncKHR", nullptr, true}};
-    for (const Row& row : rows) {
+    for (size_t at = 0; at < std::size(rows); ++at) {
+        const Row& row = rows[at];
         SCOPED_TRACE(row.missing);
         log.clear();
         GlTrace trace;
-        trace.failNext(std::string("eglGetProcAddress:") + row.missing);
+        trace.fail("eglGetProcAddress", at);
         OwnedUpscaler upscaler;
+        EXPECT_EQ(trace.named("eglGetProcAddress").at(at).arguments[0],
+                  '"' + std::string(row.missing) + '"');
         upscaler->fsrResize(src, dst, 0.0f, &fence);
         // Drawing with textures that have no image can raise errors of its own.
         const std::string error = row.error == nullptr ? "?" : row.error;
@@ -272,11 +305,11 @@ TEST_F(FaultGLTest, TheContextIsLost) {
     for (const OperationRow& row : operations()) {
         SCOPED_TRACE(row.name);
         Upscaler lost;
-        ((lost).*row.call)(src, dst, 0.5f, &fence);
+        (lost.*row.call)(src, dst, 0.5f, &fence);
         log.clear();
         GlTrace trace;
         trace.loseContext();
-        ((lost).*row.call)(src, dst, 0.5f, &fence);
+        (lost.*row.call)(src, dst, 0.5f, &fence);
         ASSERT_NE(fence, nullptr);
         EXPECT_FALSE(fence->isValid());
         EXPECT_EQ(log.errors().size(), trace.count("glGetError")) << "one line for each check";
@@ -296,7 +329,7 @@ TEST_F(FaultGLTest, TheContextIsLost) {
 // Every shader is refused: the lines of nine programs, and an object that can still be called.
 TEST_F(FaultGLTest, TheCompilerRefuses) {
     GlTrace trace;
-    trace.failNext("glCompileShader", 0, GlTrace::kAlways);
+    trace.failAlways("glCompileShader");
     OwnedUpscaler upscaler;
     EXPECT_THAT(log.errors(), SizeIs(9 * 3));
     upscaler->casResize(src, dst, 0.5f, &fence);
@@ -313,7 +346,7 @@ TEST_F(FaultGLTest, TeardownAsksForNoResult) {
         ASSERT_EQ(fence->wait(10000), OK);
         log.clear();
         GlTrace trace;
-        trace.failNext(call);
+        trace.fail(call);
         upscaler.clearOpenGLResources();
         upscaler.destroyEGL();
         EXPECT_EQ(trace.count("eglDestroyImageKHR"), 2u);

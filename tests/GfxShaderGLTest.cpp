@@ -14,10 +14,6 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-const std::string kVertex = "#version 320 es\nvoid main() { gl_Position = vec4(0.0); }\n";
-const std::string kFragment = "#version 320 es\nvoid main() {}\n";
-const std::string kBroken = "#version 320 es\nvoid main() { nonsense = 1; }\n";
-
 class GfxShaderGLTest : public LibraryTest {
   protected:
     OwnedUpscaler context;

@@ -59,10 +59,9 @@ TEST(FenceGLTest, TheCallReturnsBeforeTheGpuIsDone) {
     pollfd signalled = {fence->get(), POLLIN, 0};
     EXPECT_EQ(poll(&signalled, 1, 0), 1);
     size_t wrong = 0;
-    eachPixel(dst, GraphicBuffer::USAGE_SW_READ_OFTEN,
-              [&](uint32_t x, uint32_t y, uint32_t& pixel) {
-                  if (x > 0 && y > 0 && x < 4095 && y < 4095 && pixel != 0xFF804020) ++wrong;
-              });
+    eachPixel(dst, kRead, [&](uint32_t x, uint32_t y, uint32_t pixel) {
+        if (x > 0 && y > 0 && x < 4095 && y < 4095 && pixel != 0xFF804020) ++wrong;
+    });
     EXPECT_EQ(wrong, 0u);
 }
 
@@ -77,7 +76,7 @@ TEST(StaleTextureGLTest, CasResizeDeletesTheNameThatFsrLeftWhoeverHasItNow) {
     uint32_t& stale = UpscalerPeer::textureColorEasu(*upscaler);
     GlTrace trace;
     upscaler->casResize(src, dst, 0.5f, &fence);
-    EXPECT_EQ(trace.named("glDeleteTextures")[0].result, 0u) << "nothing left yet: the name 0";
+    EXPECT_EQ(trace.named("glDeleteTextures")[0].arguments[1], "0") << "nothing left yet";
     upscaler->fsrResize(src, dst, 0.0f, &fence);
     EXPECT_NE(stale, 0u);
     EXPECT_FALSE(glIsTexture(stale));
@@ -86,18 +85,19 @@ TEST(StaleTextureGLTest, CasResizeDeletesTheNameThatFsrLeftWhoeverHasItNow) {
     // imported late has been given the freed name.
     trace.clear();
     upscaler->casSharpen(late, dst, 0.5f, &fence);
-    stale = static_cast<uint32_t>(trace.named("glGenTextures")[0].result);
+    stale = static_cast<uint32_t>(std::stoul(trace.named("glGenTextures")[0].arguments[1]));
     ASSERT_TRUE(glIsTexture(stale));
     trace.clear();
     upscaler->casResize(src, dst, 0.5f, &fence);
-    EXPECT_EQ(trace.named("glDeleteTextures")[0].result, stale);
+    EXPECT_EQ(trace.named("glDeleteTextures")[0].arguments[1], std::to_string(stale));
     EXPECT_FALSE(glIsTexture(stale)) << "the late buffer has lost its texture";
 
     // The other three never touch it.
-    for (const char* name : {"casSharpen", "casvUpscale", "casTUpscale"}) {
+    for (const auto call :
+         {&Upscaler::casSharpen, &Upscaler::casvUpscale, &Upscaler::casTUpscale}) {
         trace.clear();
-        ((*upscaler).*operation(name).call)(src, dst, 0.5f, &fence);
-        EXPECT_EQ(trace.count("glDeleteTextures"), 1u) << name;
+        ((*upscaler).*call)(src, dst, 0.5f, &fence);
+        EXPECT_EQ(trace.count("glDeleteTextures"), 1u);
     }
 }
 

@@ -85,7 +85,7 @@ class SoakGLTest : public ::testing::Test {
 TEST_F(SoakGLTest, RandomCallsOnAPoolHoldNothingMore) {
     constexpr int kSamples = 10;
     constexpr int kWarm = 2;  // Till then the driver compiles, and fills its pools.
-    eachPixel(mSources.back(), GraphicBuffer::USAGE_SW_WRITE_OFTEN,
+    eachPixel(mSources.back(), kWrite,
               [](uint32_t x, uint32_t y, uint32_t& pixel) { pixel = 0xFF000000 + x * y * 999; });
     // All buffers are imported before casResize can delete a name that one of them would get.
     for (size_t i = 0; i < mSources.size(); ++i) {

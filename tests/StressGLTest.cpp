@@ -101,7 +101,7 @@ TEST(ProcessGLTest, ExitEndsWhatIsLeftOpenAndSignals) {
             // Runs after the host's handlers: the fence is signalled, the pixels are gone.
             if (fence->wait(0) != NO_ERROR) _exit(2);
             void* address = nullptr;
-            if (dst->lock(GraphicBuffer::USAGE_SW_READ_OFTEN, &address) != NO_INIT) _exit(3);
+            if (dst->lock(kRead, &address) != NO_INIT) _exit(3);
         });
         dst = makeBuffer(2048, 2048);
         static auto* const warm = new Warm;  // Never torn down.
@@ -138,8 +138,8 @@ TEST(ProcessGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
                 alarm(20);
                 // What is pending stays so here; what is new is refused.
                 void* address = nullptr;
-                const bool fine = src->lock(GraphicBuffer::USAGE_SW_READ_OFTEN, &address) != OK &&
-                                  fence->wait(kLongMs) == NO_ERROR;
+                const bool fine =
+                        src->lock(kRead, &address) != OK && fence->wait(kLongMs) == NO_ERROR;
 #ifdef UPSCALER_SANITIZED  // The leak checker would look for the parent's threads.
                 _exit(fine ? 0 : 1);
 #endif

@@ -75,7 +75,7 @@ EXPORTED __eglMustCastToProperFunctionPointerType eglGetProcAddress(const char* 
     return next<decltype(&eglGetProcAddress)>("eglGetProcAddress")(name);
 }
 
-namespace android {
+namespace android::test {
 namespace {
 
 TEST(DriverNativeFenceGLTest, FencesAreTheDriversOwn) {
@@ -100,4 +100,4 @@ TEST(DriverNativeFenceGLTest, OtherwiseTheHostFlushesAtEachSync) {
 }
 
 }  // namespace
-}  // namespace android
+}  // namespace android::test

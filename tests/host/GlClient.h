@@ -9,57 +9,20 @@
 #include <GLES2/gl2ext.h>
 #include <gtest/gtest.h>
 #include <ui/Fence.h>
-#include <ui/GraphicBuffer.h>
 
-#include <algorithm>
 #include <array>
 #include <vector>
+
+#include "support/buffers.h"
 
 // What a client's eglGetProcAddress is bound to; by this name, since one test defines the other.
 extern "C" decltype(eglGetProcAddress) __wrap_eglGetProcAddress;
 
-namespace android {
+namespace android::test {
 
-using Bytes = std::vector<uint8_t>;
 using Colour = std::array<float, 4>;
 
 constexpr EGLBoolean kTrue = EGL_TRUE;
-constexpr uint32_t kRead = GraphicBuffer::USAGE_SW_READ_OFTEN;
-constexpr uint32_t kWrite = GraphicBuffer::USAGE_SW_WRITE_OFTEN;
-constexpr uint64_t kAnyUse = kRead | kWrite | GraphicBuffer::USAGE_HW_TEXTURE;
-
-inline sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height,
-                                    PixelFormat format = PIXEL_FORMAT_RGBA_8888) {
-    sp<GraphicBuffer> buffer = new GraphicBuffer(width, height, format, 1, kAnyUse, "test");
-    EXPECT_EQ(buffer->initCheck(), OK);
-    return buffer;
-}
-
-// Calls use(byte) for each byte of the pixels, without the stride's padding, under a lock.
-template <typename Use>
-void eachByte(const sp<GraphicBuffer>& buffer, uint32_t usage, Use use) {
-    void* address = nullptr;
-    int32_t pixelBytes = 0;
-    int32_t stride = 0;
-    ASSERT_EQ(buffer->lock(usage, &address, &pixelBytes, &stride), OK);
-    for (uint32_t y = 0; y < buffer->getHeight(); ++y) {
-        uint8_t* const row = static_cast<uint8_t*>(address) + y * static_cast<size_t>(stride);
-        std::for_each_n(row, buffer->getWidth() * static_cast<size_t>(pixelBytes), use);
-    }
-    EXPECT_EQ(buffer->unlock(), OK);
-}
-
-inline Bytes readPixels(const sp<GraphicBuffer>& buffer) {
-    Bytes pixels;
-    eachByte(buffer, kRead, [&](uint8_t byte) { pixels.push_back(byte); });
-    return pixels;
-}
-
-inline void writePixels(const sp<GraphicBuffer>& buffer, const Bytes& pixels) {
-    const uint8_t* next = pixels.data();
-    eachByte(buffer, kWrite, [&](uint8_t& byte) { byte = *next++; });
-}
-
 /// Takes the result of an EGL call that is to fail, and gives the error that it left.
 template <typename Result>
 EGLint errorOf(Result result, Result failure = {}) {
@@ -194,6 +157,6 @@ class GlClient {
     EGLContext mContext = EGL_NO_CONTEXT;
 };
 
-}  // namespace android
+}  // namespace android::test
 
 #endif  // UPSCALER_TESTS_HOST_GLCLIENT_H

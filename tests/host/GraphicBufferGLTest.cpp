@@ -8,7 +8,7 @@
 
 #include "host/GlClient.h"
 
-namespace android {
+namespace android::test {
 namespace {
 
 using ::testing::Each;
@@ -58,19 +58,20 @@ TEST(GraphicBufferGLTest, EveryFormatCarriesPixelsBothWays) {
         const size_t size = row.pixel.size();
         EXPECT_EQ(bytesPerPixel(row.format), size);
         const sp<GraphicBuffer> buffer = makeBuffer(kWidth, kHeight, row.format);
+        EXPECT_EQ(buffer->initCheck(), OK);
         const EGLImageKHR image = client.import(buffer);
 
         Bytes all;
         for (int i = 0; i < kWidth * kHeight; ++i)
             all.insert(all.end(), row.pixel.begin(), row.pixel.end());
         client.fill(image, row.colour);
-        EXPECT_EQ(readPixels(buffer), all);
+        EXPECT_EQ(bytesOf(buffer), all);
 
         client.fill(image, kBlack);
-        Bytes one = readPixels(buffer);
+        Bytes one = bytesOf(buffer);
         std::copy(row.pixel.begin(), row.pixel.end(), &one[kAt * size]);
-        writePixels(buffer, one);
-        EXPECT_EQ(readPixels(buffer), one);
+        writeBytes(buffer, one);
+        EXPECT_EQ(bytesOf(buffer), one);
         const std::vector<Colour> colours = client.sample(image, kWidth, kHeight);
         for (size_t i = 0; i < colours.size(); ++i) {
             EXPECT_THAT(colours[i], Pointwise(FloatNear(1e-6F), i == kAt ? row.colour : kBlack));
@@ -82,23 +83,22 @@ TEST(GraphicBufferGLTest, EveryFormatCarriesPixelsBothWays) {
 TEST(GraphicBufferGLTest, ConversionsLoseNoValue) {
     for (const PixelFormat format : {PIXEL_FORMAT_RGB_565, PIXEL_FORMAT_RGBA_FP16}) {
         // One whose memory is not kept from lock to lock.
-        const sp<GraphicBuffer> buffer =
-                new GraphicBuffer(512 / bytesPerPixel(format), 256, format, 1,
-                                  GraphicBuffer::USAGE_SW_WRITE_RARELY, "test");
+        const sp<GraphicBuffer> buffer = makeBuffer(512 / bytesPerPixel(format), 256, format,
+                                                    GraphicBuffer::USAGE_SW_WRITE_RARELY);
         Bytes pixels;
         for (unsigned i = 0; i < 65536; ++i) {
             const bool isNan = format == PIXEL_FORMAT_RGBA_FP16 && (i & 0x7fff) > 0x7c00;
             const unsigned word = isNan ? 0 : i;  // NaN may change its payload.
             pixels.insert(pixels.end(), {uint8_t(word), uint8_t(word >> 8)});
         }
-        writePixels(buffer, pixels);
-        EXPECT_TRUE(readPixels(buffer) == pixels) << "format " << format;
+        writeBytes(buffer, pixels);
+        EXPECT_TRUE(bytesOf(buffer) == pixels) << "format " << format;
     }
 }
 
 TEST(GraphicBufferGLTest, StartsAtZeroAndReportsWhatWasAsked) {
     const sp<GraphicBuffer> buffer = makeBuffer(7, 3, PIXEL_FORMAT_RGB_888);
-    EXPECT_THAT(readPixels(buffer), Each(0));
+    EXPECT_THAT(bytesOf(buffer), Each(0));
     EXPECT_EQ(buffer->getBounds(), Rect(7, 3));
     EXPECT_EQ(buffer->getPixelFormat(), PIXEL_FORMAT_RGB_888);
     EXPECT_NE(buffer->getId(), makeBuffer(7, 3)->getId());
@@ -113,6 +113,7 @@ TEST(GraphicBufferGLTest, EmptySizesHaveAPixelBehindThem) {
     const GlClient client;
     for (const auto& [width, height] : {std::pair(0U, 0U), std::pair(0U, 7U), std::pair(7U, 0U)}) {
         const sp<GraphicBuffer> buffer = makeBuffer(width, height);
+        EXPECT_EQ(buffer->initCheck(), OK);
         EXPECT_EQ(buffer->getBounds(), Rect(int(width), int(height)));
         void* address = nullptr;
         ASSERT_EQ(buffer->lock(kWrite, &address), OK);
@@ -156,7 +157,7 @@ TEST(GraphicBufferGLTest, WhatCannotBeHadIsReportedAndRefused) {
 
 TEST(GraphicBufferGLTest, LocksNestAndOnlyWriteLocksKeepChanges) {
     const sp<GraphicBuffer> buffer = makeBuffer(1, 1);
-    writePixels(buffer, {1, 2, 3, 4});
+    writeBytes(buffer, {1, 2, 3, 4});
     void* first = nullptr;
     void* second = nullptr;
     ASSERT_EQ(buffer->lock(kWrite, &first), OK);
@@ -169,31 +170,29 @@ TEST(GraphicBufferGLTest, LocksNestAndOnlyWriteLocksKeepChanges) {
     ASSERT_EQ(buffer->lock(kRead, &first), OK);
     static_cast<uint8_t*>(first)[1] = 9;
     EXPECT_EQ(buffer->unlock(), OK);
-    EXPECT_EQ(readPixels(buffer), Bytes({9, 2, 3, 4}));
+    EXPECT_EQ(bytesOf(buffer), Bytes({9, 2, 3, 4}));
 }
 
 // Whether the memory of a lock is kept for the next one or not.
 TEST(GraphicBufferGLTest, LocksSeeWhatEitherSideWroteLast) {
     const GlClient client;
-    for (const uint32_t usage :
-         {uint32_t{kAnyUse}, uint32_t{GraphicBuffer::USAGE_SW_WRITE_RARELY}}) {
-        const sp<GraphicBuffer> buffer =
-                new GraphicBuffer(1, 1, PIXEL_FORMAT_RGBA_8888, 1, usage, "test");
+    for (const uint64_t usage : {kAnyUse, uint64_t{GraphicBuffer::USAGE_SW_WRITE_RARELY}}) {
+        const sp<GraphicBuffer> buffer = makeBuffer(1, 1, PIXEL_FORMAT_RGBA_8888, usage);
         const EGLImageKHR image = client.import(buffer);
         for (const auto round : Bytes{51, 102, 153}) {
-            writePixels(buffer, Bytes(4, round));
+            writeBytes(buffer, Bytes(4, round));
             EXPECT_THAT(client.sample(image, 1, 1), Each(Each(FloatEq(float(round) / 255.0F))));
-            EXPECT_THAT(readPixels(buffer), Each(round));
-            writePixels(buffer, Bytes(4, round));
+            EXPECT_THAT(bytesOf(buffer), Each(round));
+            writeBytes(buffer, Bytes(4, round));
             client.fill(image, {1, 1, 1, 1});
-            EXPECT_THAT(readPixels(buffer), Each(255));
+            EXPECT_THAT(bytesOf(buffer), Each(255));
         }
     }
     // Drawn through a bind that the host is not told of.
     const sp<GraphicBuffer> sampled = makeBuffer(1, 1);
     const EGLImageKHR image = client.import(sampled);
     EXPECT_THAT(client.sample(image, 1, 1), Each(Each(0)));
-    writePixels(sampled, Bytes(4, 51));
+    writeBytes(sampled, Bytes(4, 51));
     const PFNGLEGLIMAGETARGETRENDERBUFFERSTORAGEOESPROC setStorage =
             EntryPoint{"glEGLImageTargetRenderbufferStorageOES"};
     GLuint name = 0;
@@ -203,8 +202,8 @@ TEST(GraphicBufferGLTest, LocksSeeWhatEitherSideWroteLast) {
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, name);
     glClear(GL_COLOR_BUFFER_BIT);
     EXPECT_THAT(client.sample(image, 1, 1), Each(Each(1)));
-    EXPECT_THAT(readPixels(sampled), Each(255));
+    EXPECT_THAT(bytesOf(sampled), Each(255));
 }
 
 }  // namespace
-}  // namespace android
+}  // namespace android::test

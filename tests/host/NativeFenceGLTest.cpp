@@ -8,7 +8,7 @@
 #include "host/GlClient.h"
 #include "support/process.h"
 
-namespace android {
+namespace android::test {
 namespace {
 
 constexpr int kLongMs = 20000;
@@ -83,7 +83,7 @@ TEST_F(NativeFenceGLTest, AMergedFenceSignalsWithTheLaterOneAndHoldsNoOtherUp) {
 
 TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {
     ASSERT_EQ(mClient.fence()->wait(kLongMs), NO_ERROR);  // Whatever is opened once, now is.
-    const size_t before = test::openDescriptors();
+    const size_t before = openDescriptors();
     drawSlowly();
     std::vector<sp<Fence>> kept;
     for (int i = 0; i < 1000; ++i) {
@@ -94,7 +94,7 @@ TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {
     for (const auto& fence : kept)
         EXPECT_EQ(fence->wait(kLongMs), NO_ERROR);
     kept.clear();
-    EXPECT_LE(test::settledDescriptors(before), before);
+    EXPECT_LE(settledDescriptors(before), before);
 }
 
 TEST_F(NativeFenceGLTest, TheLastTerminateSignals) {
@@ -123,4 +123,4 @@ TEST_F(NativeFenceGLTest, ArgumentsAreChecked) {
 }
 
 }  // namespace
-}  // namespace android
+}  // namespace android::test

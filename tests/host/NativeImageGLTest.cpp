@@ -6,7 +6,7 @@
 
 #include "host/GlClient.h"
 
-namespace android {
+namespace android::test {
 namespace {
 
 using ::testing::Each;
@@ -102,4 +102,4 @@ TEST(EglErrorGLTest, IsTheLatestCallsAndIsGivenOnce) {
 }
 
 }  // namespace
-}  // namespace android
+}  // namespace android::test

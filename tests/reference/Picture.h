@@ -4,6 +4,8 @@
 #ifndef UPSCALER_TESTS_REFERENCE_PICTURE_H
 #define UPSCALER_TESTS_REFERENCE_PICTURE_H
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -60,6 +62,17 @@ Picture painted(Size size, Paint paint) {
     }
     return picture;
 }
+
+/// Allowed difference of channel values, in steps of 8 bits.
+struct Tolerance {
+    int worst;
+    double mean;  ///< Over all channels of all defined pixels.
+};
+
+/// Compares where `expected` is defined. A failure leaves NAME-actual.ppm, NAME-expected.ppm and
+/// NAME-difference.ppm (enlarged, undefined pixels blue) in the working directory.
+testing::AssertionResult matches(const Picture& actual, const Picture& expected,
+                                 const Tolerance& tolerance, const std::string& name);
 
 /// One pixel of a pass whose target covers the whole source: what it reads, and whether all of that
 /// is defined.

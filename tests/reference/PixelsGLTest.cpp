@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "reference/Comparison.h"
 #include "reference/Reference.h"
 #include "support/fixture.h"
 
@@ -205,7 +204,7 @@ class PixelsGLTest : public testing::TestWithParam<Operation> {
             const uint32_t alpha = (7 * x + y) % 256;
             pixel = red | uint32_t{green} << 8 | uint32_t{blue} << 16 | alpha << 24;
         };
-        android::test::eachPixel(frame.input, GraphicBuffer::USAGE_SW_WRITE_OFTEN, put);
+        android::test::eachPixel(frame.input, android::test::kWrite, put);
         // What an earlier call drew cannot pass.
         android::test::fill(frame.output, 0x21374d63);
 

@@ -8,8 +8,8 @@
 #include <GLES2/gl2ext.h>
 #include <dlfcn.h>
 
-#include <atomic>
 #include <cstring>
+#include <iomanip>
 #include <sstream>
 #include <tuple>
 #include <type_traits>
@@ -20,43 +20,35 @@ namespace {
 thread_local GlTrace* tActive = nullptr;
 thread_local int tDepth = 0;
 
-// "3098=3", in hexadecimal.
-std::string attributes(const EGLint* list) {
-    std::ostringstream text;
-    for (; *list != EGL_NONE; list += 2)
-        text << std::hex << list[0] << "=" << list[1];
-    return text.str();
-}
+// While one of the functions below is at work.
+struct Nested {
+    Nested() { ++tDepth; }
+    ~Nested() { --tDepth; }
+};
 
+// As GlCall has it.
 template <typename T>
-void add(GlCall& call, T argument) {
-    uint64_t bits = 0;
-    static_assert(sizeof(argument) <= sizeof(bits), "fits");
-    std::memcpy(&bits, &argument, sizeof(argument));
-    call.arguments.push_back(bits);
+std::string shown(T value) {
+    std::ostringstream out;
     if constexpr (std::is_same_v<T, const char*>) {
-        if (argument != nullptr) call.text = argument;
+        out << '"' << value << '"';
     } else if constexpr (std::is_same_v<T, const EGLint*>) {
-        if (argument != nullptr) call.text = attributes(argument);
+        if (value == nullptr) return "0";
+        for (; *value != EGL_NONE; value += 2)
+            out << std::hex << "{" << value[0] << "=" << value[1] << "}";
+    } else if constexpr (std::is_same_v<T, GLuint*> || std::is_same_v<T, const GLuint*> ||
+                         std::is_same_v<T, EGLConfig*>) {
+        return shown(*value);
+    } else if constexpr (std::is_pointer_v<T>) {
+        out << reinterpret_cast<uintptr_t>(value);
+    } else {
+        out << std::setprecision(9) << +value;
     }
-}
-
-template <typename T>
-uint64_t bitsOf(T value) {
-    uint64_t bits = 0;
-    std::memcpy(&bits, &value, sizeof(value));
-    return bits;
-}
-
-// What a glGen or glDelete call made or deleted.
-template <typename T>
-uint64_t firstName(T argument) {
-    if constexpr (std::is_same_v<T, GLuint*> || std::is_same_v<T, const GLuint*>) return *argument;
-    return 0;
+    return out.str();
 }
 
 template <typename Result>
-Result failure(intptr_t value) {
+Result failed(intptr_t value) {
     if constexpr (std::is_pointer_v<Result>)
         return reinterpret_cast<Result>(value);
     else
@@ -65,28 +57,29 @@ Result failure(intptr_t value) {
 
 // Notes the call, then makes it or lets it fail.
 template <typename Result, typename... Parameters, typename... Arguments>
-Result forward(const char* name, Result (*real)(Parameters...), intptr_t failed,
+Result forward(const char* name, Result (*real)(Parameters...), intptr_t usualFailure,
                const std::tuple<Arguments...>& arguments) {
     GlTrace* const trace = tDepth == 0 ? GlTrace::active() : nullptr;
-    if (trace == nullptr) {
-        if (real == nullptr) return failure<Result>(failed);
-        return std::apply(real, arguments);
-    }
-    GlCall call;
-    call.name = name;
-    std::apply([&](auto... argument) { (add(call, argument), ...); }, arguments);
-    const bool skips = real == nullptr || trace->takeFailure(call);
-    ++tDepth;
+    std::optional<intptr_t> failure;
+    if (trace != nullptr) failure = trace->failure(name, usualFailure);
+    if (real == nullptr) failure = usualFailure;
+    const auto make = [&] {
+        const Nested nested;
+        return failure ? failed<Result>(*failure) : std::apply(real, arguments);
+    };
+    if (trace == nullptr) return make();
+    const auto note = [&](const std::string& result) {
+        const auto texts = [](auto... values) {
+            return std::vector<std::string>{shown(values)...};
+        };
+        trace->note({name, std::apply(texts, arguments), result});
+    };
     if constexpr (std::is_void_v<Result>) {
-        if (!skips) std::apply(real, arguments);
-        --tDepth;
-        if constexpr (sizeof...(Arguments) == 2) call.result = firstName(std::get<1>(arguments));
-        trace->note(std::move(call));
+        make();
+        note("");
     } else {
-        const Result result = skips ? failure<Result>(failed) : std::apply(real, arguments);
-        --tDepth;
-        call.result = bitsOf(result);
-        trace->note(std::move(call));
+        const Result result = make();
+        note(shown(result));
         return result;
     }
 }
@@ -109,6 +102,13 @@ GlTrace* GlTrace::active() {
     return tActive;
 }
 
+std::string GlCall::text() const {
+    std::string list;
+    for (const std::string& argument : arguments)
+        list += (list.empty() ? "" : ", ") + argument;
+    return name + "(" + list + ")";
+}
+
 std::vector<GlCall> GlTrace::named(const std::string& name) const {
     std::vector<GlCall> found;
     for (const GlCall& call : mCalls) {
@@ -127,30 +127,16 @@ std::vector<std::string> GlTrace::names() const {
     return names;
 }
 
-bool GlTrace::takeFailure(const GlCall& call) {
-    if (mLost) return true;
-    if (mFail.empty() || (mFail != call.name && mFail != call.name + ":" + call.text)) return false;
-    if (mFailSkip > 0) {
-        --mFailSkip;
-        return false;
+std::optional<intptr_t> GlTrace::failure(const std::string& name, intptr_t usual) {
+    const auto found = mFaults.find(name);
+    if (found == mFaults.end()) return mLost ? std::optional(usual) : std::nullopt;
+    const Fault fault = found->second;
+    if (fault.skip > 0) {
+        --found->second.skip;
+        return std::nullopt;
     }
-    if (mHowOften == kOnce) mFail.clear();
-    return true;
-}
-
-bool GlTrace::takeError(unsigned int& error) {
-    if (mRaiseAlways != 0) {
-        error = mRaiseAlways;
-        return true;
-    }
-    if (mRaise == 0) return false;
-    if (mSkip > 0) {
-        --mSkip;
-        return false;
-    }
-    error = mRaise;
-    mRaise = 0;
-    return true;
+    if (!fault.isLasting) mFaults.erase(found);
+    return fault.answer.value_or(usual);
 }
 
 }  // namespace android::test
@@ -175,6 +161,7 @@ using android::test::next;
     HOOK_AS(__wrap_##name, #name, Result, failed, parameters, arguments)
 
 // clang-format off
+HOOK(GLenum, glGetError, (void), ())
 HOOK(const GLubyte*, glGetString, (GLenum name), (name))
 HOOK(GLuint, glCreateShader, (GLenum type), (type))
 HOOK(void, glShaderSource, (GLuint shader, GLsizei count, const GLchar* const* string, const GLint* length), (shader, count, string, length))
@@ -228,6 +215,7 @@ HOOK(EGLContext, eglCreateContext, (EGLDisplay dpy, EGLConfig config, EGLContext
 HOOK(EGLBoolean, eglMakeCurrent, (EGLDisplay dpy, EGLSurface draw, EGLSurface read, EGLContext context), (dpy, draw, read, context))
 HOOK(EGLBoolean, eglDestroyContext, (EGLDisplay dpy, EGLContext context), (dpy, context))
 HOOK(EGLBoolean, eglReleaseThread, (void), ())
+HOOK_HOST(EGLint, eglGetError, 0, (void), ())
 HOOK_HOST(EGLDisplay, eglGetDisplay, 0, (EGLNativeDisplayType id), (id))
 HOOK_HOST(EGLBoolean, eglInitialize, 0, (EGLDisplay dpy, EGLint* major, EGLint* minor), (dpy, major, minor))
 HOOK_HOST(EGLBoolean, eglTerminate, 0, (EGLDisplay dpy), (dpy))
@@ -238,59 +226,37 @@ HOOK(void, atrace_begin_body, (const char* name), (name))
 HOOK(void, atrace_end_body, (void), ())
 // clang-format on
 
-VISIBLE GLenum glGetError(void) {
-    static const auto real = next<GLenum (*)()>("glGetError");
-    const GLenum pending = forward("glGetError", real, 0, std::make_tuple());
-    GLenum raised;
-    return GlTrace::active() != nullptr && GlTrace::active()->takeError(raised) ? raised : pending;
+using AnyFunction = __eglMustCastToProperFunctionPointerType;
+VISIBLE AnyFunction __wrap_eglGetProcAddress(const char* name);
+
+static AnyFunction realEntryPoint(const char* name) {
+    static const auto real = next<AnyFunction (*)(const char*)>("__wrap_eglGetProcAddress");
+    return real(name);
 }
 
-VISIBLE EGLint __wrap_eglGetError(void);
-VISIBLE EGLint __wrap_eglGetError(void) {
-    static const auto real = next<EGLint (*)()>("__wrap_eglGetError");
-    const EGLint error = forward("eglGetError", real, 0, std::make_tuple());
-    const GlTrace* const trace = GlTrace::active();
-    return trace != nullptr && trace->eglError() != 0 ? trace->eglError() : error;
-}
-
-namespace {
-
-// The entry points that the library fetches by name: name, type, result, parameters, arguments.
-#define FETCHED(name, Type, Result, parameters, arguments)                       \
-    std::atomic<Type> real_##name{nullptr};                                      \
-    Result EGLAPIENTRY hooked_##name parameters {                                \
-        return forward(#name, real_##name.load(), 0, std::make_tuple arguments); \
-    }
-
+// Those that the library fetches by name: result, name, parameters, arguments
 // clang-format off
-FETCHED(glEGLImageTargetTexture2DOES, PFNGLEGLIMAGETARGETTEXTURE2DOESPROC, void, (GLenum target, GLeglImageOES image), (target, image))
-FETCHED(eglCreateImageKHR, PFNEGLCREATEIMAGEKHRPROC, EGLImageKHR, (EGLDisplay dpy, EGLContext context, EGLenum target, EGLClientBuffer buffer, const EGLint* attribs), (dpy, context, target, buffer, attribs))
-FETCHED(eglDestroyImageKHR, PFNEGLDESTROYIMAGEKHRPROC, EGLBoolean, (EGLDisplay dpy, EGLImageKHR image), (dpy, image))
-FETCHED(eglCreateSyncKHR, PFNEGLCREATESYNCKHRPROC, EGLSyncKHR, (EGLDisplay dpy, EGLenum type, const EGLint* attribs), (dpy, type, attribs))
-FETCHED(eglDestroySyncKHR, PFNEGLDESTROYSYNCKHRPROC, EGLBoolean, (EGLDisplay dpy, EGLSyncKHR sync), (dpy, sync))
+#define FETCHED_FUNCTIONS(X) \
+    X(void, glEGLImageTargetTexture2DOES, (GLenum target, GLeglImageOES image), (target, image)) \
+    X(EGLImageKHR, eglCreateImageKHR, (EGLDisplay dpy, EGLContext context, EGLenum target, EGLClientBuffer buffer, const EGLint* attribs), (dpy, context, target, buffer, attribs)) \
+    X(EGLBoolean, eglDestroyImageKHR, (EGLDisplay dpy, EGLImageKHR image), (dpy, image)) \
+    X(EGLSyncKHR, eglCreateSyncKHR, (EGLDisplay dpy, EGLenum type, const EGLint* attribs), (dpy, type, attribs)) \
+    X(EGLBoolean, eglDestroySyncKHR, (EGLDisplay dpy, EGLSyncKHR sync), (dpy, sync))
 // clang-format on
 
-template <typename Function>
-__eglMustCastToProperFunctionPointerType hook(__eglMustCastToProperFunctionPointerType fetched,
-                                              std::atomic<Function>& real, Function hooked) {
-    if (fetched == nullptr) return nullptr;
-    real = reinterpret_cast<Function>(fetched);
-    return reinterpret_cast<__eglMustCastToProperFunctionPointerType>(hooked);
-}
+#define HOOK_FETCHED(Result, name, parameters, arguments)                                       \
+    static Result EGLAPIENTRY hooked_##name parameters {                                        \
+        static const auto real = reinterpret_cast<Result(*) parameters>(realEntryPoint(#name)); \
+        return forward(#name, real, 0, std::make_tuple arguments);                              \
+    }
+FETCHED_FUNCTIONS(HOOK_FETCHED)
 
-}  // namespace
-
-VISIBLE __eglMustCastToProperFunctionPointerType __wrap_eglGetProcAddress(const char* name);
-VISIBLE __eglMustCastToProperFunctionPointerType __wrap_eglGetProcAddress(const char* name) {
-    using Fetched = __eglMustCastToProperFunctionPointerType;
-    static const auto real = next<Fetched (*)(const char*)>("__wrap_eglGetProcAddress");
-    const Fetched fetched = forward("eglGetProcAddress", real, 0, std::make_tuple(name));
-#define HOOK_FETCHED(function) \
-    if (std::strcmp(name, #function) == 0) return hook(fetched, real_##function, hooked_##function);
-    HOOK_FETCHED(glEGLImageTargetTexture2DOES)
-    HOOK_FETCHED(eglCreateImageKHR)
-    HOOK_FETCHED(eglDestroyImageKHR)
-    HOOK_FETCHED(eglCreateSyncKHR)
-    HOOK_FETCHED(eglDestroySyncKHR)
+AnyFunction __wrap_eglGetProcAddress(const char* name) {
+    const AnyFunction fetched =
+            forward("eglGetProcAddress", realEntryPoint, 0, std::make_tuple(name));
+#define GIVE_HOOKED(Result, function, parameters, arguments)     \
+    if (fetched != nullptr && std::strcmp(name, #function) == 0) \
+        return reinterpret_cast<AnyFunction>(hooked_##function);
+    FETCHED_FUNCTIONS(GIVE_HOOKED)
     return fetched;
 }

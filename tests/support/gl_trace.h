@@ -8,16 +8,22 @@
 #define TESTS_SUPPORT_GL_TRACE_H
 
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace android::test {
 
+// Numbers in decimal, floats with all their digits, strings in quotes, {a=b} for attributes in
+// hexadecimal, and for a pointer to a name what stands there after the call.
 struct GlCall {
     std::string name;
-    std::vector<uint64_t> arguments;  // as bit patterns
-    uint64_t result = 0;              // of a glGen or glDelete call: the name
-    std::string text;                 // the string arguments: uniform names, entry point names
+    std::vector<std::string> arguments;
+    std::string result;
+
+    std::string text() const;
 };
 
 class GlTrace {
@@ -34,49 +40,37 @@ class GlTrace {
     // The names of all calls but glGetError, the trace facility's and the log's, in order.
     std::vector<std::string> names() const;
 
-    // The next call of this name, or the one `skip` later, fails without reaching the driver (0,
-    // false, null or -1), and with kAlways each after it. With "name:text", a call with that string
-    // argument.
-    enum HowOften { kOnce, kAlways };
-    void failNext(const std::string& name, size_t skip = 0, HowOften howOften = kOnce) {
-        mFail = name;
-        mFailSkip = skip;
-        mHowOften = howOften;
+    // The next call of this name, or the one `skip` later, fails without reaching the driver: its
+    // result is `answer`, else 0, false, null or -1.
+    void fail(const std::string& name, size_t skip = 0, std::optional<intptr_t> answer = {}) {
+        mFaults[name] = {skip, answer, false};
+    }
+    void failAlways(const std::string& name, std::optional<intptr_t> answer = {}) {
+        mFaults[name] = {0, answer, true};
     }
     // As of a context that is lost: from here on no call reaches the driver, and each GL error is
     // GL_CONTEXT_LOST.
     void loseContext() {
         mLost = true;
-        mRaiseAlways = 0x0507;
+        failAlways("glGetError", 0x0507);
     }
-    // What eglGetError answers from now on; 0: the real thing.
-    void setEglError(int error) { mEglError = error; }
-    // `error` is pending behind the call after `skip` more calls that a glGetError follows.
-    void raiseAfter(size_t skip, unsigned int error) {
-        mSkip = skip;
-        mRaise = error;
-    }
-    // `error` is what every glGetError answers, until called with 0.
-    void raiseAlways(unsigned int error) { mRaiseAlways = error; }
-    bool raised() const { return mRaise == 0; }
+    // Whether a failure that was asked for has not come yet.
+    bool isStillToFail(const std::string& name) const { return mFaults.count(name) != 0; }
 
-    // For the definitions in gl_trace.cpp.
+    // For the definitions in gl_trace.cpp: the result of a call that is to fail.
     static GlTrace* active();
-    bool takeFailure(const GlCall& call);
-    bool takeError(unsigned int& error);
-    int eglError() const { return mEglError; }
+    std::optional<intptr_t> failure(const std::string& name, intptr_t usual);
     void note(GlCall call) { mCalls.push_back(std::move(call)); }
 
   private:
+    struct Fault {
+        size_t skip;
+        std::optional<intptr_t> answer;
+        bool isLasting;
+    };
     std::vector<GlCall> mCalls;
+    std::map<std::string, Fault> mFaults;
     bool mLost = false;
-    std::string mFail;
-    size_t mFailSkip = 0;
-    HowOften mHowOften = kOnce;
-    int mEglError = 0;
-    size_t mSkip = 0;
-    unsigned int mRaise = 0;
-    unsigned int mRaiseAlways = 0;
 };
 
 }  // namespace android::test

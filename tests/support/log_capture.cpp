@@ -16,7 +16,7 @@ int gCaptures = 0;
 
 void capture(const __android_logger_data* data, const char* message) {
     const std::lock_guard<std::mutex> lock(gMutex);
-    if (GlTrace::active() != nullptr) GlTrace::active()->note({"log", {}, 0, message});
+    if (GlTrace::active() != nullptr) GlTrace::active()->note({"log", {message}, ""});
     gLines.push_back({data->priority, data->tag == nullptr ? "" : data->tag, message});
 }
 

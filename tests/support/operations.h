@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library's work as scripts: its set-up and teardown, and the six operations, one row each on
-// one frame.
+// The six operations, one row each on one frame.
 #ifndef TESTS_SUPPORT_OPERATIONS_H
 #define TESTS_SUPPORT_OPERATIONS_H
 
@@ -8,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "support/fixture.h"
-#include "support/script.h"
+#include "upscaler/upscaler.h"
 
 namespace android::test {
 
@@ -21,17 +19,22 @@ struct OperationRow {
     size_t traceQueries;
 };
 
-std::ostream& operator<<(std::ostream& out, const OperationRow& row);
+inline std::ostream& operator<<(std::ostream& out, const OperationRow& row) {
+    return out << row.name;
+}
 
-const std::vector<OperationRow>& operations();
-const OperationRow& operation(const std::string& name);
-
-enum class Cache { Miss, Hit };
-
-Script operationScript(const OperationRow& row, Cache cache);
-
-// The words for what the object has made so far, and for a call with these buffers.
-Words wordsOf(Upscaler& upscaler, const sp<GraphicBuffer>& src, const sp<GraphicBuffer>& dst);
+inline const std::vector<OperationRow>& operations() {
+    static const std::vector<OperationRow> rows = {
+            // name, function, sharpness, passes, trace queries
+            {"fsrResize", &Upscaler::fsrResize, 2.0f, 3, 14},
+            {"neaResize", &Upscaler::neaResize, -1.0f, 3, 6},
+            {"casSharpen", &Upscaler::casSharpen, 1.0f, 2, 6},
+            {"casResize", &Upscaler::casResize, 0.0f, 2, 6},
+            {"casvUpscale", &Upscaler::casvUpscale, 9.0f, 2, 6},
+            {"casTUpscale", &Upscaler::casTUpscale, 0.5f, 2, 6},
+    };
+    return rows;
+}
 
 }  // namespace android::test
 

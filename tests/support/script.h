@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -16,39 +15,22 @@
 
 namespace android::test {
 
-// What the words of the texts stand for: GL names, sizes, handles. Calls that make something give
-// their words a meaning as they are met.
-using Words = std::map<std::string, uint64_t>;
+// What the words of the texts stand for (GL names, sizes, handles), as GlCall has it.
+using Words = std::map<std::string, std::string>;
 
-struct Step {
-    enum Kind { Call, UncheckedCall, Line, Let };
-    Kind kind;
-    std::string file;  // of the library, as the log prints it
-    std::string text;
-    std::string argument;  // Call: the string it passes, if any; Let: what the word becomes
-};
+// Line by line, as tests/scripts/README.md tells, without the includes and with the checks.
+using Script = std::vector<std::string>;
 
-using Script = std::vector<Step>;
-using Parameters = std::map<std::string, std::string>;
-
-// tests/scripts/README.md tells how scripts are written.
-Script scriptOf(const std::string& text, const Parameters& parameters = {});
+// Without the parameter `debug` the debug lines are left out.
+Script scriptOf(const std::string& text, const std::map<std::string, std::string>& parameters = {});
 
 // The GL calls that a check follows.
 Script checkedCalls(const Script& script);
 
-enum class Lines { Expected, None };
-
 // Whether the trace is what the script says, each checked GL call followed at once by its one
-// glGetError. Tells the first difference with its neighbours. Log lines are seen only while a
-// LogCapture lives.
-testing::AssertionResult follows(const GlTrace& trace, const Script& script, Words& words,
-                                 Lines lines);
-
-// Does the work once for each checked GL call of the script, with `error` pending behind it, and
-// expects the one line about it and the calls of `script` unchanged.
-void expectEachCheckReports(const Script& script, unsigned int error, const char* errorName,
-                            const std::function<void()>& work);
+// glGetError. Tells the first difference with its neighbours. Words of what is made get their
+// values. Log lines are seen only while a LogCapture lives.
+testing::AssertionResult follows(const GlTrace& trace, const Script& script, Words& words);
 
 }  // namespace android::test
 
