@@ -48,6 +48,12 @@ TEST(ConstantsTest, EasuRatiosAreProductsWithTheReciprocal) {
     EXPECT_EQ(bits(easu.con0[3]), bits((0.5f * 25.0f) * (1.0f / 47.0f) - 0.5f));
 }
 
+TEST(ConstantsTest, EasuOfAnEmptySourceCarriesInfinities) {
+    const Easu easu({0, 4}, {8, 8});
+    EXPECT_TRUE(std::isinf(easu.con1[0]));
+    EXPECT_TRUE(std::isnan(easu.con3[0]));
+}
+
 TEST(ConstantsTest, CasSharpnessIsInvertedAndClamped) {
     struct Row {
         float sharpness;

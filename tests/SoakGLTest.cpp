@@ -14,6 +14,7 @@
 namespace android::test {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -50,7 +51,14 @@ class SoakGLTest : public ::testing::Test {
         if (fault == 3) to = mBroken;
         sp<Fence> fence = Fence::NO_FENCE;
         ((*mUpscaler).*row.call)(from, to, kSharpness[below(std::size(kSharpness))], &fence);
-        ASSERT_EQ(mLog.errors().empty(), fault >= 4) << row.name << ", fault " << fault;
+        const std::vector<std::string> errors = mLog.errors();
+        if (fault < 2) {
+            ASSERT_THAT(errors, ElementsAre(row.name + ": Invlid srcBuffer or dstBuffer"));
+        } else if (fault < 4) {
+            ASSERT_EQ(errors.at(0), "get_texture: EGL_NO_IMAGE_KHR");
+        } else {
+            ASSERT_THAT(errors, IsEmpty()) << row.name;
+        }
         ASSERT_EQ(fence->isValid(), fault >= 2);
         mLog.clear();
         if (fault < 2) return;

@@ -77,8 +77,10 @@ TEST_F(NativeFenceGLTest, AMergedFenceSignalsWithTheLaterOneAndHoldsNoOtherUp) {
     const sp<Fence> merged = Fence::merge("test", new Fence(std::move(end)), mClient.fence());
     EXPECT_EQ(mClient.fence()->wait(kLongMs), NO_ERROR);
     EXPECT_EQ(merged->wait(kStillMs), -ETIME);
+    const nsecs_t before = systemTime(SYSTEM_TIME_MONOTONIC);
     signal.reset();
     EXPECT_EQ(merged->wait(kLongMs), NO_ERROR);
+    EXPECT_GE(merged->getSignalTime(), before);
 }
 
 TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {

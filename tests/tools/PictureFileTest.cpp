@@ -109,6 +109,8 @@ TEST(PictureFileTest, EveryKindOfPngIsReadAndWrittenToTheBit) {
             {grey + "8", PNG_COLOR_TYPE_GRAY, false},
             {grey + "16", PNG_COLOR_TYPE_GRAY, false},
             {grey + "2 " + greyHole, PNG_COLOR_TYPE_GRAY, true},
+            {grey + "16 " + greyHole, PNG_COLOR_TYPE_GRAY, true},
+            {palette + "2", PNG_COLOR_TYPE_PALETTE, false},
             {palette + "4", PNG_COLOR_TYPE_PALETTE, false},
             {palette + "256", PNG_COLOR_TYPE_PALETTE, false},
             {"-colors 15 -depth 8 -alpha set -channel A -fx 'i<2?0.5:1' +channel",
@@ -209,6 +211,20 @@ TEST(PictureFileTest, NoPartOfAFileIsTakenForTheWhole) {
         for (std::size_t length = 12; length < whole.size(); ++length)
             ASSERT_THAT(reasonOf(whole.substr(0, length)), HasSubstr("the file is cut short"))
                     << length;
+    }
+}
+
+// JPEG and WebP have no checksums.
+TEST(PictureFileTest, DamageToAPngIsFoundOrHarmless) {
+    const Picture picture = slopes(9, 9, false);
+    const std::string whole = stored(picture, kPng);
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        std::string damaged = whole;
+        damaged[at] = static_cast<char>(damaged[at] ^ 0x21);
+        try {
+            EXPECT_EQ(loaded(damaged).pixels, picture.pixels) << at;
+        } catch (const upscale::Failure&) {
+        }
     }
 }
 
