@@ -5,6 +5,7 @@
 # A command stands behind "$ ", more of it behind "> "; then what it prints, with "! " ahead of what goes to standard error,
 # and its exit code, if that is not 0, in brackets.
 set -o pipefail
+export LC_ALL=C.UTF-8
 export PATH=$(realpath "$1"):$PATH
 faulty_gl=$(realpath "$2")
 transcript=$(realpath "$3")
