@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <gmock/gmock.h>
+#include "tools/y4m.h"
 
-#include <algorithm>
+#include <gtest/gtest.h>
 
-#include "tools/failure.h"
-#include "tools/frame_stream.h"
+#include <string>
 
 namespace {
 
 using namespace upscale;
-using testing::HasSubstr;
 
 TEST(Y4mTest, HeadersTellTheFormat) {
     const struct {

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# transcript.sh FOLDERS FAULTY_GL_LIBRARY TRANSCRIPT: types the commands of a transcript into a shell, in a new folder, and shows
-# where what they print is no longer what stands there. The commands are looked for in FOLDERS first, as PATH has them.
+# transcript.sh FOLDER FAULTY_GL_LIBRARY TRANSCRIPT: types the commands of a transcript into a shell, in a new folder, and shows
+# where what they print is no longer what stands there. The commands are looked for in FOLDER first.
 #
 # A command stands behind "$ ", more of it behind "> "; then what it prints, with "! " ahead of what goes to standard error,
 # and its exit code, if that is not 0, in brackets.
