@@ -19,7 +19,7 @@ namespace android::host {
     X(eglMakeCurrent) X(eglQueryString) X(eglReleaseThread) X(eglTerminate)
 #define HOST_EGL_EXTENSION_FUNCTIONS(X) \
     X(eglClientWaitSyncKHR) X(eglCreateImageKHR) X(eglCreateSyncKHR) X(eglDestroyImageKHR) \
-    X(eglDestroySyncKHR) X(eglDupNativeFenceFDANDROID)
+    X(eglDestroySyncKHR) X(eglDupNativeFenceFDANDROID) X(eglGetSyncAttribKHR) X(eglWaitSyncKHR)
 #define HOST_GL_FUNCTIONS(X) \
     X(glBindFramebuffer) X(glBindTexture) X(glCheckFramebufferStatus) X(glDeleteTextures) \
     X(glEGLImageTargetTexture2DOES) X(glFinish) X(glFlush) X(glFramebufferTexture2D) X(glGenFramebuffers) X(glGenTextures) \

@@ -1,101 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
-// The EGL functions that the host answers in the driver's place: those that a client names at link
-// time are bound to __wrap_NAME, the others come from the wrapped eglGetProcAddress.
-#include <ui/HostExport.h>
-
-#include <cstring>
+#include "host/egl_wrap.h"
 
 #include "host/displays.h"
-#include "host/driver.h"
 #include "host/egl_error.h"
+#include "host/entry_points.h"
 #include "host/native_fence.h"
-#include "host/native_image.h"
-#include "host/pixel_store.h"
-
-namespace {
 
 using namespace android::host;
 
-EGLImageKHR EGLAPIENTRY createImage(EGLDisplay display, EGLContext context, EGLenum target,
-                                    EGLClientBuffer buffer, const EGLint* attributes) {
-    if (target == EGL_NATIVE_BUFFER_ANDROID) {
-        return NativeImages::get().create(display, context, buffer, attributes);
-    }
-    if (driver().eglCreateImageKHR == nullptr) {
-        return eglFailure(EGL_BAD_PARAMETER, EGL_NO_IMAGE_KHR);
-    }
-    return driver().eglCreateImageKHR(display, context, target, buffer, attributes);
-}
-
-EGLBoolean EGLAPIENTRY destroyImage(EGLDisplay display, EGLImageKHR image) {
-    return NativeImages::get().destroy(display, image);
-}
-
-void EGLAPIENTRY bindImage(GLenum target, GLeglImageOES image) {
-    // Before the driver, whose GL errors are the client's: a bind that fails was still seen.
-    NativeImages::get().bind(target, image);
-    driver().glEGLImageTargetTexture2DOES(target, image);
-}
-
-EGLSyncKHR EGLAPIENTRY createSync(EGLDisplay display, EGLenum type, const EGLint* attributes) {
-    if (type == EGL_SYNC_NATIVE_FENCE_ANDROID) return createNativeFence(display, attributes);
-    if (driver().eglCreateSyncKHR == nullptr) return eglFailure(EGL_BAD_ATTRIBUTE, EGL_NO_SYNC_KHR);
-    return driver().eglCreateSyncKHR(display, type, attributes);
-}
-
-}  // namespace
-
-extern "C" {
-
-UPSCALER_HOST_API EGLint __wrap_eglDupNativeFenceFDANDROID(EGLDisplay display, EGLSyncKHR sync) {
+EGLint __wrap_eglDupNativeFenceFDANDROID(EGLDisplay display, EGLSyncKHR sync) {
     return dupNativeFence(display, sync);
 }
 
-UPSCALER_HOST_API EGLDisplay __wrap_eglGetDisplay(EGLNativeDisplayType native) {
+EGLDisplay __wrap_eglGetDisplay(EGLNativeDisplayType native) {
     return Displays::get().getDisplay(native);
 }
 
-UPSCALER_HOST_API EGLint __wrap_eglGetError() {
+EGLint __wrap_eglGetError() {
     return takeEglError();
 }
 
-UPSCALER_HOST_API EGLBoolean __wrap_eglInitialize(EGLDisplay display, EGLint* major,
-                                                  EGLint* minor) {
+EGLBoolean __wrap_eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor) {
     return Displays::get().initialize(display, major, minor);
 }
 
-UPSCALER_HOST_API EGLBoolean __wrap_eglTerminate(EGLDisplay display) {
+EGLBoolean __wrap_eglTerminate(EGLDisplay display) {
     return Displays::get().terminate(display);
 }
 
-UPSCALER_HOST_API __eglMustCastToProperFunctionPointerType
-__wrap_eglGetProcAddress(const char* name) {
-    using Function = __eglMustCastToProperFunctionPointerType;
-    static const struct {
-        const char* name;
-        Function function;
-    } answered[] = {
-            {"eglCreateImageKHR", reinterpret_cast<Function>(createImage)},
-            {"eglDestroyImageKHR", reinterpret_cast<Function>(destroyImage)},
-            {"eglCreateSyncKHR", reinterpret_cast<Function>(createSync)},
-            {"eglDestroySyncKHR", reinterpret_cast<Function>(destroySync)},
-            {"eglDupNativeFenceFDANDROID", reinterpret_cast<Function>(dupNativeFence)},
-            {"eglGetDisplay", reinterpret_cast<Function>(__wrap_eglGetDisplay)},
-            {"eglGetError", reinterpret_cast<Function>(__wrap_eglGetError)},
-            {"eglGetProcAddress", reinterpret_cast<Function>(__wrap_eglGetProcAddress)},
-            {"eglInitialize", reinterpret_cast<Function>(__wrap_eglInitialize)},
-            {"eglTerminate", reinterpret_cast<Function>(__wrap_eglTerminate)},
-    };
-    for (const auto& each : answered) {
-        if (std::strcmp(each.name, name) == 0) return each.function;
-    }
-    if (std::strcmp(name, "glEGLImageTargetTexture2DOES") == 0) {
-        const bool known = driver().glEGLImageTargetTexture2DOES != nullptr;
-        return known ? reinterpret_cast<Function>(bindImage) : nullptr;
-    }
-    // Its other ways to bind an image, as a renderbuffer or with storage, are not watched.
-    if (std::strncmp(name, "glEGLImageTarget", 16) == 0) PixelStore::expectUnseenBinds();
-    return driver().eglGetProcAddress(name);
+__eglMustCastToProperFunctionPointerType __wrap_eglGetProcAddress(const char* name) {
+    return findEntryPoint(name);
 }
-
-}  // extern "C"

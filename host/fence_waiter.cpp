@@ -123,7 +123,7 @@ void FenceWaiter::threadMain() {
             });
         };
         {
-            const std::shared_lock<std::shared_mutex> inDriver(forkGate());
+            const InDriver inDriver;
             const auto signalled =
                     std::partition(pending.begin(), pending.end(),
                                    [&](Pending& each) { return !isDone(&each) && !given(each); });

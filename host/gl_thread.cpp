@@ -88,7 +88,7 @@ void GlThread::threadMain() {
         mJobs.pop_front();
         lock.unlock();
         {
-            const std::shared_lock<std::shared_mutex> inDriver(forkGate());
+            const InDriver inDriver;
             job->work(host);
         }
         lock.lock();

@@ -180,6 +180,27 @@ EGLint dupNativeFence(EGLDisplay display, EGLSyncKHR sync) {
     return fence.release();
 }
 
+EGLint clientWaitSync(EGLDisplay display, EGLSyncKHR sync, EGLint flags, EGLTimeKHR timeout) {
+    if (driver().eglClientWaitSyncKHR == nullptr) {
+        return eglFailure(EGL_BAD_PARAMETER, EGLint{EGL_FALSE});
+    }
+    return driver().eglClientWaitSyncKHR(display, sync, flags, timeout);
+}
+
+EGLint waitSync(EGLDisplay display, EGLSyncKHR sync, EGLint flags) {
+    if (driver().eglWaitSyncKHR == nullptr) {
+        return eglFailure(EGL_BAD_PARAMETER, EGLint{EGL_FALSE});
+    }
+    return driver().eglWaitSyncKHR(display, sync, flags);
+}
+
+EGLBoolean getSyncAttribute(EGLDisplay display, EGLSyncKHR sync, EGLint attribute, EGLint* value) {
+    if (driver().eglGetSyncAttribKHR == nullptr) {
+        return eglFailure(EGL_BAD_PARAMETER, EGLBoolean{EGL_FALSE});
+    }
+    return driver().eglGetSyncAttribKHR(display, sync, attribute, value);
+}
+
 void endNativeFences(EGLDisplay display) {
     FenceWaiter::get().finish(display);
     Syncs::get().releaseAll(display);

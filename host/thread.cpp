@@ -4,6 +4,7 @@
 #include <pthread.h>
 #include <signal.h>
 
+#include <shared_mutex>
 #include <utility>
 
 namespace android::host {
@@ -24,8 +25,6 @@ class BlockedSignals {
     sigset_t mBefore;
 };
 
-}  // namespace
-
 std::shared_mutex& forkGate() {
     static auto* const gate = [] {
         pthread_atfork([] { forkGate().lock(); }, [] { forkGate().unlock(); },
@@ -33,6 +32,16 @@ std::shared_mutex& forkGate() {
         return new std::shared_mutex;  // Never freed: a fork may come after exit began.
     }();
     return *gate;
+}
+
+}  // namespace
+
+InDriver::InDriver() {
+    forkGate().lock_shared();
+}
+
+InDriver::~InDriver() {
+    forkGate().unlock_shared();
 }
 
 std::thread startThread(const char* name, std::function<void()> body) {

@@ -3,7 +3,6 @@
 #define UPSCALER_HOST_THREAD_H
 
 #include <functional>
-#include <shared_mutex>
 #include <thread>
 
 namespace android::host {
@@ -13,9 +12,15 @@ namespace android::host {
 /// @throws std::system_error if there is no thread to be had.
 std::thread startThread(const char* name, std::function<void()> body);
 
-/// To be held, shared, by a thread of the host's own while it is in the driver. A fork waits until
-/// none is, so that the child gets no lock of the driver's that nobody would ever release.
-std::shared_mutex& forkGate();
+/// Held by a thread of the host's own while it is in the driver. A fork waits until none is, so
+/// that the child gets no lock of the driver's that nobody would ever release.
+class InDriver {
+  public:
+    InDriver();
+    ~InDriver();
+    InDriver(const InDriver&) = delete;
+    InDriver& operator=(const InDriver&) = delete;
+};
 
 }  // namespace android::host
 
