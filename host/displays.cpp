@@ -3,8 +3,6 @@
 
 #include "host/driver.h"
 #include "host/egl_error.h"
-#include "host/native_fence.h"
-#include "host/native_image.h"
 
 namespace android::host {
 
@@ -48,17 +46,17 @@ EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor
     return done;
 }
 
-EGLBoolean Displays::terminate(EGLDisplay display) {
+EGLBoolean Displays::terminate(EGLDisplay display, EndUses* endUses) {
     const std::lock_guard<std::mutex> lock(mClientMutex);
     const auto client = mClients.find(display);
     if (client != mClients.end()) {
-        if (--client->second > 0) {
+        if (client->second > 1) {
+            --client->second;
             setEglSuccess();
             return EGL_TRUE;
         }
+        endUses(display);
         mClients.erase(client);
-        endNativeFences(display);
-        NativeImages::get().releaseAll(display);
     }
     if (!isDefault(display)) return driver().eglTerminate(display);
     setEglSuccess();

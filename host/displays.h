@@ -23,7 +23,10 @@ class Displays {
     // What eglGetDisplay, eglInitialize and eglTerminate answer.
     EGLDisplay getDisplay(EGLNativeDisplayType native);
     EGLBoolean initialize(EGLDisplay display, EGLint* major, EGLint* minor);
-    EGLBoolean terminate(EGLDisplay display);
+    /// @param endUses takes from the clients what they made on the display, at its last terminate.
+    ///     Must not call these or `check`. If it throws, the display stays initialised.
+    using EndUses = void(EGLDisplay display);
+    EGLBoolean terminate(EGLDisplay display, EndUses* endUses);
 
     /// EGL_SUCCESS if clients may use `display`, otherwise the error that they get.
     EGLint check(EGLDisplay display);

@@ -5,6 +5,7 @@
 #include "host/egl_error.h"
 #include "host/entry_points.h"
 #include "host/native_fence.h"
+#include "host/native_image.h"
 
 using namespace android::host;
 
@@ -25,7 +26,10 @@ EGLBoolean __wrap_eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor
 }
 
 EGLBoolean __wrap_eglTerminate(EGLDisplay display) {
-    return Displays::get().terminate(display);
+    return Displays::get().terminate(display, [](EGLDisplay ended) {
+        endNativeFences(ended);
+        NativeImages::get().releaseAll(ended);
+    });
 }
 
 __eglMustCastToProperFunctionPointerType __wrap_eglGetProcAddress(const char* name) {
