@@ -5,6 +5,55 @@
 #include "host/egl_error.h"
 
 namespace android::host {
+namespace {
+
+// Of EGL_ANGLE_platform_angle, which the EGL headers leave out.
+constexpr EGLenum kPlatformAngle = 0x3202;
+constexpr EGLAttrib kNativePlatformType = 0x348F;
+
+bool initializes(EGLDisplay display) {
+    return display != EGL_NO_DISPLAY &&
+           driver().eglInitialize(display, nullptr, nullptr) == EGL_TRUE;
+}
+
+// The attributes end with EGL_NONE.
+EGLDisplay openPlatform(EGLenum platform, void* native, const EGLAttrib* attributes) {
+    if (driver().eglGetPlatformDisplay == nullptr) return EGL_NO_DISPLAY;
+    const EGLDisplay display = driver().eglGetPlatformDisplay(platform, native, attributes);
+    return initializes(display) ? display : EGL_NO_DISPLAY;
+}
+
+// The driver's own default display or, where that cannot be initialised, as without a display
+// server, one that needs none.
+EGLDisplay openDrivers() {
+    const EGLDisplay display = driver().eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    if (initializes(display)) return display;
+    return openPlatform(EGL_PLATFORM_SURFACELESS_MESA, nullptr, nullptr);
+}
+
+// ANGLE tells displays apart by their native display, which on this platform nobody reads.
+EGLDisplay openAngle() {
+    if (!driver().hasExtension(EGL_NO_DISPLAY, "EGL_ANGLE_platform_angle")) return EGL_NO_DISPLAY;
+    static char native;
+    constexpr EGLAttrib attributes[] = {kNativePlatformType, EGL_PLATFORM_SURFACELESS_MESA,
+                                        EGL_NONE};
+    return openPlatform(kPlatformAngle, &native, attributes);
+}
+
+// A display on the device of `display`.
+EGLDisplay openDevice(EGLDisplay display) {
+    EGLAttrib device = 0;
+    if (display == EGL_NO_DISPLAY || driver().eglQueryDisplayAttribEXT == nullptr ||
+        !driver().hasExtension(EGL_NO_DISPLAY, "EGL_EXT_platform_device") ||
+        driver().eglQueryDisplayAttribEXT(display, EGL_DEVICE_EXT, &device) != EGL_TRUE) {
+        return EGL_NO_DISPLAY;
+    }
+    // Mesa makes a difference between an empty list and none, which is what most programs give.
+    constexpr EGLAttrib empty[] = {EGL_NONE};
+    return openPlatform(EGL_PLATFORM_DEVICE_EXT, reinterpret_cast<void*>(device), empty);
+}
+
+}  // namespace
 
 Displays& Displays::get() {
     static auto* const displays = new Displays;  // Never freed: used until the process is gone.
@@ -14,15 +63,12 @@ Displays& Displays::get() {
 EGLDisplay Displays::openDefault() {
     const std::lock_guard<std::mutex> lock(mDefaultMutex);
     if (mDefault != EGL_NO_DISPLAY) return mDefault;
-    const auto open = [](EGLDisplay display) {
-        return display != EGL_NO_DISPLAY &&
-               driver().eglInitialize(display, nullptr, nullptr) == EGL_TRUE;
-    };
-    EGLDisplay display = driver().eglGetDisplay(EGL_DEFAULT_DISPLAY);
-    if (!open(display) && driver().eglGetPlatformDisplay != nullptr) {
-        display = driver().eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY,
-                                                 nullptr);
-        if (!open(display)) display = EGL_NO_DISPLAY;
+    EGLDisplay display = openAngle();
+    if (display == EGL_NO_DISPLAY) {
+        // It stays initialised: whether a program has done so too cannot be told.
+        const EGLDisplay drivers = openDrivers();
+        display = openDevice(drivers);
+        if (display == EGL_NO_DISPLAY) display = drivers;
     }
     mDefault = display;
     return display;
@@ -74,8 +120,7 @@ EGLint Displays::check(EGLDisplay display) {
     return driver().eglGetError();
 }
 
-bool Displays::isDefault(EGLDisplay display) {
-    const std::lock_guard<std::mutex> lock(mDefaultMutex);
+bool Displays::isDefault(EGLDisplay display) const {
     return display != EGL_NO_DISPLAY && display == mDefault;
 }
 

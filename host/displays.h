@@ -4,20 +4,22 @@
 
 #include <EGL/egl.h>
 
+#include <atomic>
 #include <mutex>
 #include <unordered_map>
 
 namespace android::host {
 
-/// The displays of the process: the default one, which the host opens for itself, and how often
-/// clients have initialised each. Any thread.
+/// The displays of the process: the default one of the host's clients, which the host opens for
+/// itself, and how often they have initialised each. Any thread.
 class Displays {
   public:
     static Displays& get();
 
-    /// The default display, initialised on the host's account and never terminated: the
-    /// driver's own or, where that cannot be initialised, one without a display server.
-    /// EGL_NO_DISPLAY if neither works; the next call tries again.
+    /// The default display, initialised on the host's account and never terminated. It is on the
+    /// GPU of the driver's own default display, but another one, so that it outlives what programs
+    /// do to that without asking the host. Only where the driver has no such display the two are
+    /// one. No display server is needed. EGL_NO_DISPLAY if none works; the next call tries again.
     EGLDisplay openDefault();
 
     // What eglGetDisplay, eglInitialize and eglTerminate answer.
@@ -32,11 +34,11 @@ class Displays {
     EGLint check(EGLDisplay display);
 
     /// Whether `display` is the one of `openDefault`.
-    bool isDefault(EGLDisplay display);
+    bool isDefault(EGLDisplay display) const;
 
   private:
-    std::mutex mDefaultMutex;
-    EGLDisplay mDefault = EGL_NO_DISPLAY;
+    std::mutex mDefaultMutex;  // Held while it is opened.
+    std::atomic<EGLDisplay> mDefault{EGL_NO_DISPLAY};
 
     // Held through a whole initialisation or termination, so that a client never finds a display
     // half ended by another.
