@@ -87,6 +87,7 @@ EGLDisplay Displays::getDisplay(EGLNativeDisplayType native) {
 
 EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor) {
     const std::lock_guard<std::mutex> lock(mClientMutex);
+    if (isDefault(display)) driver().eglBindAPI(EGL_OPENGL_ES_API);
     const EGLBoolean done = driver().eglInitialize(display, major, minor);
     if (done == EGL_TRUE) ++mClients[display];
     return done;

@@ -24,6 +24,8 @@ class Displays {
 
     // What eglGetDisplay, eglInitialize and eglTerminate answer.
     EGLDisplay getDisplay(EGLNativeDisplayType native);
+    /// The default display comes as on Android, where OpenGL ES is the only API: contexts that the
+    /// calling thread makes are of that, until it calls eglBindAPI.
     EGLBoolean initialize(EGLDisplay display, EGLint* major, EGLint* minor);
     /// @param endUses takes from the clients what they made on the display, at its last terminate.
     ///     Must not call these or `check`. If it throws, the display stays initialised.

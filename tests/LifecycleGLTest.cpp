@@ -118,5 +118,11 @@ TEST_F(ClientsOwnEglGLTest, OutlivesTheLibrarys) {
     eglReleaseThread();
 }
 
+TEST_F(ClientsOwnEglGLTest, MayHaveAnotherApiBound) {
+    eglBindAPI(EGL_OPENGL_API);  // Refused by drivers that have OpenGL ES only.
+    OwnedUpscaler upscaler;
+    expectToDraw(upscaler, 0xFF808080);
+}
+
 }  // namespace
 }  // namespace android::test
