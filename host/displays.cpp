@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/displays.h"
 
+#include <string>
+
 #include "host/driver.h"
 #include "host/egl_error.h"
 
@@ -51,6 +53,25 @@ EGLDisplay openDevice(EGLDisplay display) {
     // Mesa makes a difference between an empty list and none, which is what most programs give.
     constexpr EGLAttrib empty[] = {EGL_NONE};
     return openPlatform(EGL_PLATFORM_DEVICE_EXT, reinterpret_cast<void*>(device), empty);
+}
+
+// The driver's own extensions and those that the host makes of them.
+std::string extensionsOf(EGLDisplay display) {
+    const Driver& egl = driver();
+    constexpr struct {
+        const char* name;
+        const char* madeOf;
+    } kHosts[] = {{"EGL_ANDROID_image_native_buffer", "EGL_KHR_gl_texture_2D_image"},
+                  {"EGL_ANDROID_native_fence_sync", "EGL_KHR_fence_sync"}};
+    const char* const drivers = egl.eglQueryString(display, EGL_EXTENSIONS);
+    std::string all = drivers == nullptr ? "" : drivers;
+    for (const auto& each : kHosts) {
+        if (!egl.hasExtension(display, each.madeOf) || egl.hasExtension(display, each.name))
+            continue;
+        if (!all.empty() && all.back() != ' ') all += ' ';
+        all += each.name;
+    }
+    return all;
 }
 
 }  // namespace
@@ -108,6 +129,17 @@ EGLBoolean Displays::terminate(EGLDisplay display, EndUses* endUses) {
     if (!isDefault(display)) return driver().eglTerminate(display);
     setEglSuccess();
     return EGL_TRUE;
+}
+
+const char* Displays::queryString(EGLDisplay display, EGLint name) {
+    if (name != EGL_EXTENSIONS || !isDefault(display)) {
+        return driver().eglQueryString(display, name);
+    }
+    const EGLint usable = check(display);
+    if (usable != EGL_SUCCESS) return eglFailure<const char*>(usable, nullptr);
+    static const auto* const extensions = new std::string(extensionsOf(display));
+    setEglSuccess();
+    return extensions->c_str();
 }
 
 EGLint Displays::check(EGLDisplay display) {

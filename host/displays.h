@@ -22,11 +22,13 @@ class Displays {
     /// one. No display server is needed. EGL_NO_DISPLAY if none works; the next call tries again.
     EGLDisplay openDefault();
 
-    // What eglGetDisplay, eglInitialize and eglTerminate answer.
+    // What eglGetDisplay, eglInitialize, eglQueryString and eglTerminate answer.
     EGLDisplay getDisplay(EGLNativeDisplayType native);
     /// The default display comes as on Android, where OpenGL ES is the only API: contexts that the
     /// calling thread makes are of that, until it calls eglBindAPI.
     EGLBoolean initialize(EGLDisplay display, EGLint* major, EGLint* minor);
+    /// The default display has the host's extensions too. The string stays the same.
+    const char* queryString(EGLDisplay display, EGLint name);
     /// @param endUses takes from the clients what they made on the display, at its last terminate.
     ///     Must not call these or `check`. If it throws, the display stays initialised.
     using EndUses = void(EGLDisplay display);

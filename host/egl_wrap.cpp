@@ -25,6 +25,10 @@ EGLBoolean __wrap_eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor
     return Displays::get().initialize(display, major, minor);
 }
 
+const char* __wrap_eglQueryString(EGLDisplay display, EGLint name) {
+    return Displays::get().queryString(display, name);
+}
+
 EGLBoolean __wrap_eglTerminate(EGLDisplay display) {
     return Displays::get().terminate(display, [](EGLDisplay ended) {
         endNativeFences(ended);
