@@ -5,6 +5,7 @@
 
 #include "host/driver.h"
 #include "host/egl_error.h"
+#include "host/process_wide.h"
 
 namespace android::host {
 namespace {
@@ -77,8 +78,7 @@ std::string extensionsOf(EGLDisplay display) {
 }  // namespace
 
 Displays& Displays::get() {
-    static auto* const displays = new Displays;  // Never freed: used until the process is gone.
-    return *displays;
+    return processWide<Displays>();
 }
 
 EGLDisplay Displays::openDefault() {
@@ -108,9 +108,11 @@ EGLDisplay Displays::getDisplay(EGLNativeDisplayType native) {
 
 EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor) {
     const std::lock_guard<std::mutex> lock(mClientMutex);
+    const auto client = mClients.try_emplace(display, 0).first;  // First, since it may throw.
     if (isDefault(display)) driver().eglBindAPI(EGL_OPENGL_ES_API);
     const EGLBoolean done = driver().eglInitialize(display, major, minor);
-    if (done == EGL_TRUE) ++mClients[display];
+    if (done == EGL_TRUE) ++client->second;
+    if (client->second == 0) mClients.erase(client);
     return done;
 }
 
@@ -132,11 +134,10 @@ EGLBoolean Displays::terminate(EGLDisplay display, EndUses* endUses) {
 }
 
 const char* Displays::queryString(EGLDisplay display, EGLint name) {
-    if (name != EGL_EXTENSIONS || !isDefault(display)) {
-        return driver().eglQueryString(display, name);
-    }
+    if (!isDefault(display)) return driver().eglQueryString(display, name);
     const EGLint usable = check(display);
     if (usable != EGL_SUCCESS) return eglFailure<const char*>(usable, nullptr);
+    if (name != EGL_EXTENSIONS) return driver().eglQueryString(display, name);
     static const auto* const extensions = new std::string(extensionsOf(display));
     setEglSuccess();
     return extensions->c_str();

@@ -10,7 +10,8 @@
 using namespace android::host;
 
 EGLint __wrap_eglDupNativeFenceFDANDROID(EGLDisplay display, EGLSyncKHR sync) {
-    return dupNativeFence(display, sync);
+    return orBadAlloc(EGLint{EGL_NO_NATIVE_FENCE_FD_ANDROID},
+                      [&] { return dupNativeFence(display, sync); });
 }
 
 EGLDisplay __wrap_eglGetDisplay(EGLNativeDisplayType native) {
@@ -22,17 +23,21 @@ EGLint __wrap_eglGetError() {
 }
 
 EGLBoolean __wrap_eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor) {
-    return Displays::get().initialize(display, major, minor);
+    return orBadAlloc(EGLBoolean{EGL_FALSE},
+                      [&] { return Displays::get().initialize(display, major, minor); });
 }
 
 const char* __wrap_eglQueryString(EGLDisplay display, EGLint name) {
-    return Displays::get().queryString(display, name);
+    return orBadAlloc<const char*>(nullptr,
+                                   [&] { return Displays::get().queryString(display, name); });
 }
 
 EGLBoolean __wrap_eglTerminate(EGLDisplay display) {
-    return Displays::get().terminate(display, [](EGLDisplay ended) {
-        endNativeFences(ended);
-        NativeImages::get().releaseAll(ended);
+    return orBadAlloc(EGLBoolean{EGL_FALSE}, [&] {
+        return Displays::get().terminate(display, [](EGLDisplay ended) {
+            endNativeFences(ended);
+            NativeImages::get().releaseAll(ended);
+        });
     });
 }
 
