@@ -111,7 +111,10 @@ EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor
     const auto client = mClients.try_emplace(display, 0).first;  // First, since it may throw.
     if (isDefault(display)) driver().eglBindAPI(EGL_OPENGL_ES_API);
     const EGLBoolean done = driver().eglInitialize(display, major, minor);
-    if (done == EGL_TRUE) ++client->second;
+    if (done == EGL_TRUE) {
+        ++client->second;
+        if (isDefault(display)) mUsableDefault = display;
+    }
     if (client->second == 0) mClients.erase(client);
     return done;
 }
@@ -125,6 +128,7 @@ EGLBoolean Displays::terminate(EGLDisplay display, EndUses* endUses) {
             setEglSuccess();
             return EGL_TRUE;
         }
+        if (isDefault(display)) mUsableDefault = EGL_NO_DISPLAY;
         endUses(display);
         mClients.erase(client);
     }
@@ -145,6 +149,7 @@ const char* Displays::queryString(EGLDisplay display, EGLint name) {
 
 EGLint Displays::check(EGLDisplay display) {
     if (display == EGL_NO_DISPLAY) return EGL_BAD_DISPLAY;
+    if (display == mUsableDefault) return EGL_SUCCESS;
     const std::lock_guard<std::mutex> lock(mClientMutex);
     if (mClients.count(display) != 0) return EGL_SUCCESS;
     if (isDefault(display)) return EGL_NOT_INITIALIZED;

@@ -48,6 +48,8 @@ class Displays {
     // half ended by another.
     std::mutex mClientMutex;
     std::unordered_map<EGLDisplay, unsigned> mClients;
+    // The default display while it is among them: `check` is part of every frame and needs no lock.
+    std::atomic<EGLDisplay> mUsableDefault{EGL_NO_DISPLAY};
 };
 
 }  // namespace android::host
