@@ -1,6 +1,6 @@
-# What lets other builds find the installed libraries: the CMake package and upscaler.pc. Both work
-# out the prefix from where they stand, so that the installed tree can be moved; but not one under
-# /usr, whose folders the compiler, the linker and the loader know.
+# What lets other builds find the installed libraries: the CMake package, upscaler.pc and
+# upscaler-host-egl.pc. They work out the prefix from where they stand, so that the installed tree
+# can be moved; but not one under /usr, whose folders the compiler, the linker and the loader know.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/upscaler)
@@ -21,8 +21,13 @@ else()
     string(REGEX REPLACE "/$" "" PC_PREFIX "\${pcfiledir}/${PC_PREFIX}")
     set(PC_RPATH "-Wl,-rpath,\${libdir} ")
 endif()
-configure_file("${CMAKE_CURRENT_LIST_DIR}/upscaler.pc.in" upscaler.pc @ONLY)
-install(FILES "${CMAKE_CURRENT_BINARY_DIR}/upscaler.pc"
+get_target_property(PC_WRAP upscaler_host_wrap INTERFACE_LINK_OPTIONS)
+list(TRANSFORM PC_WRAP REPLACE "^LINKER:" "-Wl,")
+list(JOIN PC_WRAP " " PC_WRAP)
+foreach(name upscaler upscaler-host-egl)
+    configure_file("${CMAKE_CURRENT_LIST_DIR}/${name}.pc.in" ${name}.pc @ONLY)
+endforeach()
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/upscaler.pc" "${CMAKE_CURRENT_BINARY_DIR}/upscaler-host-egl.pc"
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
 # A pair of Debian packages: scripts/package makes them.

@@ -1,30 +1,95 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/displays.h"
 
+#include <string>
+
 #include "host/driver.h"
 #include "host/egl_error.h"
-#include "host/native_fence.h"
-#include "host/native_image.h"
+#include "host/process_wide.h"
 
 namespace android::host {
+namespace {
+
+// Of EGL_ANGLE_platform_angle, which the EGL headers leave out.
+constexpr EGLenum kPlatformAngle = 0x3202;
+constexpr EGLAttrib kNativePlatformType = 0x348F;
+
+bool initializes(EGLDisplay display) {
+    return display != EGL_NO_DISPLAY &&
+           driver().eglInitialize(display, nullptr, nullptr) == EGL_TRUE;
+}
+
+// The attributes end with EGL_NONE.
+EGLDisplay openPlatform(EGLenum platform, void* native, const EGLAttrib* attributes) {
+    if (driver().eglGetPlatformDisplay == nullptr) return EGL_NO_DISPLAY;
+    const EGLDisplay display = driver().eglGetPlatformDisplay(platform, native, attributes);
+    return initializes(display) ? display : EGL_NO_DISPLAY;
+}
+
+// The driver's own default display or, where that cannot be initialised, as without a display
+// server, one that needs none.
+EGLDisplay openDrivers() {
+    const EGLDisplay display = driver().eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    if (initializes(display)) return display;
+    return openPlatform(EGL_PLATFORM_SURFACELESS_MESA, nullptr, nullptr);
+}
+
+// ANGLE tells displays apart by their native display, which on this platform nobody reads.
+EGLDisplay openAngle() {
+    if (!driver().hasExtension(EGL_NO_DISPLAY, "EGL_ANGLE_platform_angle")) return EGL_NO_DISPLAY;
+    static char native;
+    constexpr EGLAttrib attributes[] = {kNativePlatformType, EGL_PLATFORM_SURFACELESS_MESA,
+                                        EGL_NONE};
+    return openPlatform(kPlatformAngle, &native, attributes);
+}
+
+// A display on the device of `display`.
+EGLDisplay openDevice(EGLDisplay display) {
+    EGLAttrib device = 0;
+    if (display == EGL_NO_DISPLAY || driver().eglQueryDisplayAttribEXT == nullptr ||
+        !driver().hasExtension(EGL_NO_DISPLAY, "EGL_EXT_platform_device") ||
+        driver().eglQueryDisplayAttribEXT(display, EGL_DEVICE_EXT, &device) != EGL_TRUE) {
+        return EGL_NO_DISPLAY;
+    }
+    // Mesa makes a difference between an empty list and none, which is what most programs give.
+    constexpr EGLAttrib empty[] = {EGL_NONE};
+    return openPlatform(EGL_PLATFORM_DEVICE_EXT, reinterpret_cast<void*>(device), empty);
+}
+
+// The driver's own extensions and those that the host makes of them.
+std::string extensionsOf(EGLDisplay display) {
+    const Driver& egl = driver();
+    constexpr struct {
+        const char* name;
+        const char* madeOf;
+    } kHosts[] = {{"EGL_ANDROID_image_native_buffer", "EGL_KHR_gl_texture_2D_image"},
+                  {"EGL_ANDROID_native_fence_sync", "EGL_KHR_fence_sync"}};
+    const char* const drivers = egl.eglQueryString(display, EGL_EXTENSIONS);
+    std::string all = drivers == nullptr ? "" : drivers;
+    for (const auto& each : kHosts) {
+        if (!egl.hasExtension(display, each.madeOf) || egl.hasExtension(display, each.name))
+            continue;
+        if (!all.empty() && all.back() != ' ') all += ' ';
+        all += each.name;
+    }
+    return all;
+}
+
+}  // namespace
 
 Displays& Displays::get() {
-    static auto* const displays = new Displays;  // Never freed: used until the process is gone.
-    return *displays;
+    return processWide<Displays>();
 }
 
 EGLDisplay Displays::openDefault() {
     const std::lock_guard<std::mutex> lock(mDefaultMutex);
     if (mDefault != EGL_NO_DISPLAY) return mDefault;
-    const auto open = [](EGLDisplay display) {
-        return display != EGL_NO_DISPLAY &&
-               driver().eglInitialize(display, nullptr, nullptr) == EGL_TRUE;
-    };
-    EGLDisplay display = driver().eglGetDisplay(EGL_DEFAULT_DISPLAY);
-    if (!open(display) && driver().eglGetPlatformDisplay != nullptr) {
-        display = driver().eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY,
-                                                 nullptr);
-        if (!open(display)) display = EGL_NO_DISPLAY;
+    EGLDisplay display = openAngle();
+    if (display == EGL_NO_DISPLAY) {
+        // It stays initialised: whether a program has done so too cannot be told.
+        const EGLDisplay drivers = openDrivers();
+        display = openDevice(drivers);
+        if (display == EGL_NO_DISPLAY) display = drivers;
     }
     mDefault = display;
     return display;
@@ -43,30 +108,48 @@ EGLDisplay Displays::getDisplay(EGLNativeDisplayType native) {
 
 EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor) {
     const std::lock_guard<std::mutex> lock(mClientMutex);
+    const auto client = mClients.try_emplace(display, 0).first;  // First, since it may throw.
+    if (isDefault(display)) driver().eglBindAPI(EGL_OPENGL_ES_API);
     const EGLBoolean done = driver().eglInitialize(display, major, minor);
-    if (done == EGL_TRUE) ++mClients[display];
+    if (done == EGL_TRUE) {
+        ++client->second;
+        if (isDefault(display)) mUsableDefault = display;
+    }
+    if (client->second == 0) mClients.erase(client);
     return done;
 }
 
-EGLBoolean Displays::terminate(EGLDisplay display) {
+EGLBoolean Displays::terminate(EGLDisplay display, EndUses* endUses) {
     const std::lock_guard<std::mutex> lock(mClientMutex);
     const auto client = mClients.find(display);
     if (client != mClients.end()) {
-        if (--client->second > 0) {
+        if (client->second > 1) {
+            --client->second;
             setEglSuccess();
             return EGL_TRUE;
         }
+        if (isDefault(display)) mUsableDefault = EGL_NO_DISPLAY;
+        endUses(display);
         mClients.erase(client);
-        endNativeFences(display);
-        NativeImages::get().releaseAll(display);
     }
     if (!isDefault(display)) return driver().eglTerminate(display);
     setEglSuccess();
     return EGL_TRUE;
 }
 
+const char* Displays::queryString(EGLDisplay display, EGLint name) {
+    if (!isDefault(display)) return driver().eglQueryString(display, name);
+    const EGLint usable = check(display);
+    if (usable != EGL_SUCCESS) return eglFailure<const char*>(usable, nullptr);
+    if (name != EGL_EXTENSIONS) return driver().eglQueryString(display, name);
+    static const auto* const extensions = new std::string(extensionsOf(display));
+    setEglSuccess();
+    return extensions->c_str();
+}
+
 EGLint Displays::check(EGLDisplay display) {
     if (display == EGL_NO_DISPLAY) return EGL_BAD_DISPLAY;
+    if (display == mUsableDefault) return EGL_SUCCESS;
     const std::lock_guard<std::mutex> lock(mClientMutex);
     if (mClients.count(display) != 0) return EGL_SUCCESS;
     if (isDefault(display)) return EGL_NOT_INITIALIZED;
@@ -76,8 +159,7 @@ EGLint Displays::check(EGLDisplay display) {
     return driver().eglGetError();
 }
 
-bool Displays::isDefault(EGLDisplay display) {
-    const std::lock_guard<std::mutex> lock(mDefaultMutex);
+bool Displays::isDefault(EGLDisplay display) const {
     return display != EGL_NO_DISPLAY && display == mDefault;
 }
 

@@ -13,17 +13,17 @@ const Driver* load() {
     void* library = dlopen("libEGL.so.1", RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) library = RTLD_DEFAULT;
 
-    auto* table = new Driver;  // Never freed: threads use it until the process is gone.
+    static Driver table;  // Has no destructor: threads use it until the process is gone.
 #define HOST_LOAD_CORE(name) \
-    table->name = reinterpret_cast<decltype(table->name)>(dlsym(library, #name));
+    table.name = reinterpret_cast<decltype(table.name)>(dlsym(library, #name));
     HOST_EGL_CORE_FUNCTIONS(HOST_LOAD_CORE)
 #undef HOST_LOAD_CORE
 #define HOST_LOAD(name) \
-    table->name = reinterpret_cast<decltype(table->name)>(table->eglGetProcAddress(#name));
+    table.name = reinterpret_cast<decltype(table.name)>(table.eglGetProcAddress(#name));
     HOST_EGL_EXTENSION_FUNCTIONS(HOST_LOAD)
     HOST_GL_FUNCTIONS(HOST_LOAD)
 #undef HOST_LOAD
-    return table;
+    return &table;
 }
 
 }  // namespace

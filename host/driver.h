@@ -19,7 +19,8 @@ namespace android::host {
     X(eglMakeCurrent) X(eglQueryString) X(eglReleaseThread) X(eglTerminate)
 #define HOST_EGL_EXTENSION_FUNCTIONS(X) \
     X(eglClientWaitSyncKHR) X(eglCreateImageKHR) X(eglCreateSyncKHR) X(eglDestroyImageKHR) \
-    X(eglDestroySyncKHR) X(eglDupNativeFenceFDANDROID) X(eglGetSyncAttribKHR) X(eglWaitSyncKHR)
+    X(eglDestroySyncKHR) X(eglDupNativeFenceFDANDROID) X(eglGetSyncAttribKHR) \
+    X(eglQueryDisplayAttribEXT) X(eglWaitSyncKHR)
 #define HOST_GL_FUNCTIONS(X) \
     X(glBindFramebuffer) X(glBindTexture) X(glCheckFramebufferStatus) X(glDeleteTextures) \
     X(glEGLImageTargetTexture2DOES) X(glFinish) X(glFlush) X(glFramebufferTexture2D) X(glGenFramebuffers) X(glGenTextures) \
@@ -38,7 +39,8 @@ struct Driver {
     HOST_GL_FUNCTIONS(HOST_DECLARE)
 #undef HOST_DECLARE
 
-    /// Whether `display`, which has to be initialised, has an extension. Leaves no EGL error.
+    /// Whether `display`, which has to be initialised, has an extension; EGL_NO_DISPLAY asks for
+    /// those of the EGL library itself. Leaves no EGL error.
     bool hasExtension(EGLDisplay display, const char* name) const;
 };
 

@@ -4,6 +4,8 @@
 
 #include <EGL/egl.h>
 
+#include <new>
+
 namespace android::host {
 
 // The calling thread's EGL error, as the client sees it: one state, of the latest call, whether the
@@ -19,6 +21,16 @@ template <typename Result>
 Result eglFailure(EGLint error, Result result) {
     setEglError(error);
     return result;
+}
+/// What `answer` returns. If it throws for want of memory, EGL_BAD_ALLOC and `failure`: no
+/// exception leaves an EGL function.
+template <typename Result, typename Answer>
+Result orBadAlloc(Result failure, const Answer& answer) {
+    try {
+        return answer();
+    } catch (const std::bad_alloc&) {
+        return eglFailure(EGL_BAD_ALLOC, failure);
+    }
 }
 /// What `eglGetError` answers: the state, which becomes EGL_SUCCESS.
 EGLint takeEglError();

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/native_image.h"
 
-#include <vector>
+#include <new>
+#include <utility>
 
 #include "host/displays.h"
 #include "host/egl_error.h"
 #include "host/pixel_store.h"
+#include "host/process_wide.h"
 
 namespace android::host {
 namespace {
@@ -22,13 +24,15 @@ bool validAttributes(const EGLint* attributes) {
 }  // namespace
 
 NativeImages& NativeImages::get() {
-    static auto* const images = new NativeImages;  // Never freed: buffers may end after exit began.
-    return *images;
+    return processWide<NativeImages>();
 }
 
-void NativeImages::addBuffer(GraphicBuffer* buffer, const std::shared_ptr<PixelStore>& pixels) {
+bool NativeImages::addBuffer(GraphicBuffer* buffer, const std::shared_ptr<PixelStore>& pixels) try {
     const std::lock_guard<std::mutex> lock(mMutex);
     mBuffers[buffer->getNativeBuffer()] = {buffer, pixels, EGL_NO_IMAGE_KHR};
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 void NativeImages::removeBuffer(const GraphicBuffer* buffer) {
@@ -60,16 +64,19 @@ EGLImageKHR NativeImages::create(EGLDisplay display, EGLContext context, EGLClie
         }
     }
     if (buffer == nullptr) return eglFailure(EGL_BAD_PARAMETER, EGL_NO_IMAGE_KHR);
-    const EGLImageKHR image = pixels->image();
-    if (image == EGL_NO_IMAGE_KHR) return eglFailure(EGL_BAD_ALLOC, EGL_NO_IMAGE_KHR);
 
-    ANativeWindowBuffer* const held = buffer->getNativeBuffer();
-    held->common.incRef(&held->common);
-    const std::lock_guard<std::mutex> lock(mMutex);
-    mBuffers[held].image = image;
-    ++mImages.try_emplace(image, Image{held, 0}).first->second.handedOut;
-    setEglSuccess();
-    return image;
+    return orBadAlloc(EGL_NO_IMAGE_KHR, [&] {
+        const EGLImageKHR image = pixels->image();
+        if (image == EGL_NO_IMAGE_KHR) return eglFailure(EGL_BAD_ALLOC, EGL_NO_IMAGE_KHR);
+        ANativeWindowBuffer* const held = buffer->getNativeBuffer();
+        const std::lock_guard<std::mutex> lock(mMutex);
+        Image& entry = mImages.try_emplace(image, Image{held}).first->second;
+        mBuffers.find(held)->second.image = image;
+        ++entry.handedOut;
+        held->common.incRef(&held->common);
+        setEglSuccess();
+        return image;
+    });
 }
 
 EGLBoolean NativeImages::destroy(EGLDisplay display, EGLImageKHR image) {
@@ -102,21 +109,29 @@ EGLBoolean NativeImages::destroy(EGLDisplay display, EGLImageKHR image) {
 void NativeImages::bind(GLenum target, EGLImageKHR image) {
     const std::lock_guard<std::mutex> lock(mMutex);
     const auto found = mImages.find(image);
-    if (found != mImages.end()) mBuffers[found->second.native].pixels->bind(target);
+    if (found != mImages.end()) mBuffers.find(found->second.native)->second.pixels->bind(target);
 }
 
 void NativeImages::releaseAll(EGLDisplay display) {
     if (!Displays::get().isDefault(display)) return;
-    std::vector<ANativeWindowBuffer*> released;
+    // Chained through the entries: a list of them would need memory. They stand for as long as
+    // their buffers have one of the references that go below, outside the lock that a buffer's end
+    // takes.
+    Image* first = nullptr;
     {
         const std::lock_guard<std::mutex> lock(mMutex);
         for (auto& [image, entry] : mImages) {
-            released.insert(released.end(), entry.handedOut, entry.native);
-            entry.handedOut = 0;
+            if (entry.handedOut == 0) continue;
+            entry.takenBack = std::exchange(entry.handedOut, 0);
+            entry.nextTakenBack = std::exchange(first, &entry);
         }
     }
-    for (ANativeWindowBuffer* native : released)
-        native->common.decRef(&native->common);
+    while (first != nullptr) {
+        const Image taken = *first;
+        for (unsigned left = taken.takenBack; left > 0; --left)
+            taken.native->common.decRef(&taken.native->common);
+        first = taken.nextTakenBack;
+    }
 }
 
 }  // namespace android::host

@@ -25,7 +25,8 @@ class NativeImages {
 
     /// A buffer can be imported from `addBuffer`, at its first strong reference, until
     /// `removeBuffer`, in its destructor.
-    void addBuffer(GraphicBuffer* buffer, const std::shared_ptr<PixelStore>& pixels);
+    /// @return false if there is no memory, so that it cannot be imported.
+    bool addBuffer(GraphicBuffer* buffer, const std::shared_ptr<PixelStore>& pixels);
     void removeBuffer(const GraphicBuffer* buffer);
 
     // What eglCreateImageKHR answers for EGL_NATIVE_BUFFER_ANDROID, and eglDestroyImageKHR.
@@ -46,7 +47,10 @@ class NativeImages {
     };
     struct Image {
         ANativeWindowBuffer* native;
-        unsigned handedOut;
+        unsigned handedOut = 0;
+        // Of releaseAll.
+        unsigned takenBack = 0;
+        Image* nextTakenBack = nullptr;
     };
 
     std::mutex mMutex;

@@ -33,16 +33,21 @@ TEST(NativeImageGLTest, ImagesOfABufferAreCountedAndEachHoldsIt) {
 TEST(NativeImageGLTest, TheLastTerminateTakesTheImagesBack) {
     const GlClient client;
     ASSERT_EQ(eglInitialize(client.display, nullptr, nullptr), kTrue);
-    sp<GraphicBuffer> buffer = makeBuffer(4, 4);
-    const wp<GraphicBuffer> watch = buffer;
-    client.import(buffer);
-    const EGLImageKHR image = client.import(buffer);
-    buffer = nullptr;
+    std::vector<wp<GraphicBuffer>> watches;
+    EGLImageKHR image = EGL_NO_IMAGE_KHR;
+    for (int i = 0; i < 3; ++i) {
+        const sp<GraphicBuffer> buffer = makeBuffer(4, 4);
+        watches.emplace_back(buffer);
+        client.import(buffer);
+        image = client.import(buffer);
+    }
 
     EXPECT_EQ(eglTerminate(client.display), kTrue);  // The client's own use goes on.
-    EXPECT_NE(watch.promote(), nullptr);
+    for (const auto& watch : watches)
+        EXPECT_NE(watch.promote(), nullptr);
     EXPECT_EQ(eglTerminate(client.display), kTrue);
-    EXPECT_EQ(watch.promote(), nullptr);
+    for (const auto& watch : watches)
+        EXPECT_EQ(watch.promote(), nullptr);
     EXPECT_EQ(client.destroyImage(client.display, image), EGLBoolean{EGL_FALSE});
     EXPECT_EQ(errorOf(client.import(makeBuffer(4, 4))), EGL_NOT_INITIALIZED);
     EXPECT_EQ(eglTerminate(client.display), kTrue);  // As EGL has it, harmless.
@@ -62,6 +67,9 @@ TEST(NativeImageGLTest, ArgumentsAreChecked) {
     };
     const EGLClientBuffer native = buffer->getNativeBuffer();
     EXPECT_EQ(importError(EGL_NO_DISPLAY, EGL_NO_CONTEXT, native), EGL_BAD_DISPLAY);
+    int noDisplay = 0;
+    EXPECT_EQ(errorOf(eglInitialize(&noDisplay, nullptr, nullptr)), EGL_BAD_DISPLAY);
+    EXPECT_EQ(importError(&noDisplay, EGL_NO_CONTEXT, native), EGL_BAD_DISPLAY);
     EXPECT_EQ(importError(display, eglGetCurrentContext(), native), EGL_BAD_CONTEXT);
     const EGLint unknown[] = {EGL_WIDTH, EGL_TRUE, EGL_NONE};
     EXPECT_EQ(importError(display, EGL_NO_CONTEXT, native, unknown), EGL_BAD_PARAMETER);

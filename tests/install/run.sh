@@ -37,6 +37,10 @@ for cxx in g++ clang++; do
     try "$cxx, pkg-config" $cxx -std=c++17 "$here/client.cpp" $cflags $libs
     try "$cxx, -lEGL before" $cxx -std=c++17 "$here/client.cpp" $cflags -lEGL $libs
     try "$cxx, -lEGL after" $cxx -std=c++17 "$here/client.cpp" $cflags $libs -lEGL
+    try "$cxx, the host's EGL" $cxx -std=c++17 "$here/egl_client.cpp" \
+        $(pkg-config --cflags --libs upscaler-host-egl glesv2)
+    try "$cxx, -lEGL before the host's" $cxx -std=c++17 -lEGL "$here/egl_client.cpp" \
+        $(pkg-config --cflags --libs upscaler-host-egl glesv2)
     try "$cxx, --as-needed" $cxx -std=c++17 -Wl,--as-needed "$here/client.cpp" $cflags -lEGL $libs
     # The header compiles by itself, without a warning.
     $cxx -std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wshadow -Werror $cflags -include upscaler/upscaler.h -x c++ /dev/null
@@ -47,3 +51,4 @@ g++ -std=c++17 "$here/dlopen_client.cpp" -Wl,--no-as-needed -lEGL -ldl -o dlopen
 cmake -G Ninja -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log"
 cmake --build "$work/cmake" >>"$work/cmake.log"
 "$work/cmake/client" >/dev/null && echo "ok: find_package"
+"$work/cmake/egl_client" >/dev/null && echo "ok: find_package, the host's EGL"
