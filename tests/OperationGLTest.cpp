@@ -9,8 +9,12 @@
 namespace android::test {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 class OperationGLTest : public LibraryTest, public ::testing::WithParamInterface<OperationRow> {
   protected:
@@ -37,6 +41,25 @@ TEST_P(OperationGLTest, EmptyBufferIsOneErrorLineAndNothingElse) {
             EXPECT_EQ(trace.count("atrace_get_enabled_tags"), 2u);
             *missing = kept;
         }
+    }
+}
+
+// What a pass sends is worked out after the line about the sharpness and before the program is in
+// use. None of it is exact at these sizes and this sharpness.
+TEST_P(OperationGLTest, ConstantsComeBeforeTheProgram) {
+    call();
+    for (const auto& [level, next] : {std::pair(0u, "glUseProgram("), {0x21u, "log(use: Start "}}) {
+        resizeBufferLogLevel = level;
+        GlTrace trace;
+        call();
+        std::vector<std::string> following;
+        size_t passesWithConstants = 0;
+        for (const GlCall& made : trace.calls()) {
+            if (made.followsArithmetic) following.push_back(made.text());
+            const bool names = made.name == "glGetUniformLocation";
+            if (names && made.arguments[1] == "\"SizeInfo\"") ++passesWithConstants;
+        }
+        EXPECT_THAT(following, AllOf(SizeIs(passesWithConstants), Each(StartsWith(next))));
     }
 }
 

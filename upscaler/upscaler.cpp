@@ -65,6 +65,7 @@ struct Upscaler::Call {
     float sharpness;
     uint32_t srcTexture, dstTexture;
     uint32_t srcWidth, srcHeight, dstWidth, dstHeight;
+    float rcasScale;  // worked out by the pass that sends it
 };
 
 // A member that holds a GL name, with the word that the log has for it.
@@ -93,8 +94,10 @@ struct Upscaler::Target {
 
 // What a pass sends to its program besides the sampler.
 struct Upscaler::Uniforms {
+    // Works the constants out, before the program is in use.
+    void (*compute)(Upscaler&, Call&, const Uniforms&);
     // In the order in which traces show them.
-    void (*send)(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    void (*send)(const Upscaler&, const GfxShader&, const Call&, const Uniforms&);
     const Extent* inputSize;   // what they are told of the input; the output is the destination
     const CasRange* casRange;  // null but for CAS
 };
@@ -110,7 +113,7 @@ struct Upscaler::Pass {
 
 // One operation. What all operations have in common is in run().
 struct Upscaler::Operation {
-    enum class Flush { BeforeDup, AfterFence };
+    enum class Flush { BEFORE_DUP, AFTER_FENCE };
 
     const char* name;
     const Pass* passes[3];   // in order; null where there is none
@@ -139,15 +142,19 @@ struct Upscaler::Table {
     static constexpr CasRange kCasRange  = {1.0f, 5.0f, 8.0f};
     static constexpr CasRange kCastRange = {20.0f, 75.0f, 120.0f};  // reaches further, on purpose
 
-    static void sendEasu(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
-    static void sendRcas(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
-    static void sendCas(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    static void computeEasu(Upscaler&, Call&, const Uniforms&);
+    static void computeRcas(Upscaler&, Call&, const Uniforms&);
+    static void computeCas(Upscaler&, Call&, const Uniforms&);
+    static void sendSizes(const GfxShader&, const Call&, const Uniforms&);
+    static void sendEasu(const Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    static void sendRcas(const Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    static void sendCas(const Upscaler&, const GfxShader&, const Call&, const Uniforms&);
 
-    static constexpr Uniforms kEasuUniforms       = {sendEasu, &kSrc, nullptr};
-    static constexpr Uniforms kRcasUniforms       = {sendRcas, &kSrc, nullptr};
-    static constexpr Uniforms kCasSharpenUniforms = {sendCas,  &kDst, &kCasRange};
-    static constexpr Uniforms kCasUniforms        = {sendCas,  &kSrc, &kCasRange};
-    static constexpr Uniforms kCastUniforms       = {sendCas,  &kSrc, &kCastRange};
+    static constexpr Uniforms kEasuUniforms       = {computeEasu, sendEasu, &kSrc, nullptr};
+    static constexpr Uniforms kRcasUniforms       = {computeRcas, sendRcas, &kSrc, nullptr};
+    static constexpr Uniforms kCasSharpenUniforms = {computeCas,  sendCas,  &kDst, &kCasRange};
+    static constexpr Uniforms kCasUniforms        = {computeCas,  sendCas,  &kSrc, &kCasRange};
+    static constexpr Uniforms kCastUniforms       = {computeCas,  sendCas,  &kSrc, &kCastRange};
 
     //                                        program                               input          target        size   uniforms
     static constexpr Pass kCopyPass        = {&Upscaler::mCopyShaderP,              nullptr,       &kCopyTarget, &kSrc, nullptr};
@@ -161,8 +168,8 @@ struct Upscaler::Table {
     static constexpr Pass kCasVUpscalePass = {&Upscaler::mCasVUpscaleFloatShaderP,  &kCopyTexture, &kDstTarget,  &kDst, &kCasUniforms};
     static constexpr Pass kCasTUpscalePass = {&Upscaler::mCasTUpscaleShaderP,       &kCopyTexture, &kDstTarget,  &kDst, &kCastUniforms};
 
-    static constexpr auto kBeforeDup = Operation::Flush::BeforeDup;
-    static constexpr auto kAfterFence = Operation::Flush::AfterFence;
+    static constexpr auto kBeforeDup = Operation::Flush::BEFORE_DUP;
+    static constexpr auto kAfterFence = Operation::Flush::AFTER_FENCE;
 
     // casResize deletes a texture that it never makes, under whatever name the last fsrResize or neaResize
     // has left in the member: kept, and told to clients in the class comment.
@@ -184,32 +191,45 @@ struct Upscaler::Table {
 };
 // clang-format on
 
-void Upscaler::Table::sendEasu(Upscaler& self, const GfxShader& shader, const Call& call,
-                               const Uniforms& uniforms) {
+void Upscaler::Table::computeEasu(Upscaler& self, Call& call, const Uniforms& uniforms) {
+    setEasuConstants(uniforms.inputSize->of(call), kDst.of(call), self.mEasuCon0, self.mEasuCon1,
+                     self.mEasuCon2, self.mEasuCon3);
+}
+
+void Upscaler::Table::computeRcas(Upscaler&, Call& call, const Uniforms&) {
+    call.rcasScale = rcasScale(call.sharpness);
+}
+
+void Upscaler::Table::computeCas(Upscaler& self, Call& call, const Uniforms& uniforms) {
+    setCasConstants(call.sharpness, *uniforms.casRange, uniforms.inputSize->of(call), kDst.of(call),
+                    self.mCasConst0, self.mCasConst1);
+}
+
+void Upscaler::Table::sendSizes(const GfxShader& shader, const Call& call,
+                                const Uniforms& uniforms) {
     const Size in = uniforms.inputSize->of(call);
     const Size out = kDst.of(call);
-    setEasuConstants(in, out, self.mEasuCon0, self.mEasuCon1, self.mEasuCon2, self.mEasuCon3);
+    shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
+}
+
+void Upscaler::Table::sendEasu(const Upscaler& self, const GfxShader& shader, const Call& call,
+                               const Uniforms& uniforms) {
     sendVector(shader, "vec4_0", self.mEasuCon0);
     sendVector(shader, "vec4_1", self.mEasuCon1);
     sendVector(shader, "vec4_2", self.mEasuCon2);
     sendVector(shader, "vec4_3", self.mEasuCon3);
-    shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
+    sendSizes(shader, call, uniforms);
 }
 
-void Upscaler::Table::sendRcas(Upscaler&, const GfxShader& shader, const Call& call,
+void Upscaler::Table::sendRcas(const Upscaler&, const GfxShader& shader, const Call& call,
                                const Uniforms& uniforms) {
-    const Size in = uniforms.inputSize->of(call);
-    const Size out = kDst.of(call);
-    shader.setFloat("sharpness", rcasScale(call.sharpness));
-    shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
+    shader.setFloat("sharpness", call.rcasScale);
+    sendSizes(shader, call, uniforms);
 }
 
-void Upscaler::Table::sendCas(Upscaler& self, const GfxShader& shader, const Call& call,
+void Upscaler::Table::sendCas(const Upscaler& self, const GfxShader& shader, const Call& call,
                               const Uniforms& uniforms) {
-    const Size in = uniforms.inputSize->of(call);
-    const Size out = kDst.of(call);
-    setCasConstants(call.sharpness, *uniforms.casRange, in, out, self.mCasConst0, self.mCasConst1);
-    shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
+    sendSizes(shader, call, uniforms);
     // The filter without scaling does not read Const0; it is sent all the same, and traces show it.
     sendVector(shader, "Const0", self.mCasConst0);
     sendVector(shader, "Const1", self.mCasConst1);
@@ -286,7 +306,7 @@ void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<Graphi
     if (sync == EGL_NO_SYNC_KHR) UPS_LOGD("syncForReleaseLocked: error creating EGL fence: %#x", eglGetError());
 
     traceStep(1, "flush");
-    if (operation.flush == Operation::Flush::BeforeDup) GL_CHECK(glFlush());
+    if (operation.flush == Operation::Flush::BEFORE_DUP) GL_CHECK(glFlush());
 
     traceStep(2, "dupFence");
     const int fenceFd = eglDupNativeFenceFDANDROID(mEGLDisplay, sync);
@@ -296,7 +316,7 @@ void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<Graphi
     *fence = new Fence(fenceFd);
 
     // Kept behind the fence in five operations: the order in which traces show them.
-    if (operation.flush == Operation::Flush::AfterFence) GL_CHECK(glFlush());
+    if (operation.flush == Operation::Flush::AFTER_FENCE) GL_CHECK(glFlush());
 
     traceStep(3, "deleteTextures");
     for (const Name* texture : operation.deletes) {
@@ -306,9 +326,10 @@ void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<Graphi
     UPS_LOGD("<< %s", operation.name);
 }
 
-void Upscaler::draw(const Operation& operation, const Pass& pass, const Call& call) {
+void Upscaler::draw(const Operation& operation, const Pass& pass, Call& call) {
     const Name* const intermediate = pass.target->texture;
     if (intermediate == nullptr) UPS_LOGD("%s: sharpness: %f", operation.name, static_cast<double>(call.sharpness));
+    if (pass.uniforms != nullptr) pass.uniforms->compute(*this, call, *pass.uniforms);
     const GfxShader& shader = *(this->*pass.program);
     shader.use();
     shader.setInt("screenTexture", 0);

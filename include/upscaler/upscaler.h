@@ -231,7 +231,7 @@ class Upscaler {
     void get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& image, BufferType type);
     void run(const Operation& operation, sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst,
              float sharpness, sp<Fence>* fence);
-    void draw(const Operation& operation, const Pass& pass, const Call& call);
+    void draw(const Operation& operation, const Pass& pass, Call& call);
 
     [[maybe_unused]] uint32_t mReserved = 0;
     std::vector<float> mQuadVertices;

@@ -8,6 +8,7 @@
 #include <GLES2/gl2ext.h>
 #include <dlfcn.h>
 
+#include <cfenv>
 #include <cstring>
 #include <iomanip>
 #include <sstream>
@@ -60,6 +61,7 @@ template <typename Result, typename... Parameters, typename... Arguments>
 Result forward(const char* name, Result (*real)(Parameters...), intptr_t usualFailure,
                const std::tuple<Arguments...>& arguments) {
     GlTrace* const trace = tDepth == 0 ? GlTrace::active() : nullptr;
+    const bool followsArithmetic = trace != nullptr && GlTrace::takeArithmetic();
     std::optional<intptr_t> failure;
     if (trace != nullptr) failure = trace->failure(name, usualFailure);
     if (real == nullptr) failure = usualFailure;
@@ -72,7 +74,8 @@ Result forward(const char* name, Result (*real)(Parameters...), intptr_t usualFa
         const auto texts = [](auto... values) {
             return std::vector<std::string>{shown(values)...};
         };
-        trace->note({name, std::apply(texts, arguments), result});
+        trace->note({name, std::apply(texts, arguments), result, followsArithmetic});
+        GlTrace::takeArithmetic();  // The driver's own.
     };
     if constexpr (std::is_void_v<Result>) {
         make();
@@ -93,6 +96,7 @@ Function next(const char* name) {
 }  // namespace
 
 GlTrace::GlTrace() {
+    takeArithmetic();
     tActive = this;
 }
 GlTrace::~GlTrace() {
@@ -100,6 +104,12 @@ GlTrace::~GlTrace() {
 }
 GlTrace* GlTrace::active() {
     return tActive;
+}
+
+bool GlTrace::takeArithmetic() {
+    const bool was = std::fetestexcept(FE_INEXACT) != 0;
+    std::feclearexcept(FE_INEXACT);
+    return was;
 }
 
 std::string GlCall::text() const {

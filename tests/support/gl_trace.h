@@ -22,6 +22,8 @@ struct GlCall {
     std::string name;
     std::vector<std::string> arguments;
     std::string result;
+    // Whether an inexact calculation was made since the call before.
+    bool followsArithmetic = false;
 
     std::string text() const;
 };
@@ -61,6 +63,8 @@ class GlTrace {
     static GlTrace* active();
     std::optional<intptr_t> failure(const std::string& name, intptr_t usual);
     void note(GlCall call) { mCalls.push_back(std::move(call)); }
+    // Tells about the arithmetic since the last time.
+    static bool takeArithmetic();
 
   private:
     struct Fault {
