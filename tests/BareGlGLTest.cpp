@@ -47,7 +47,7 @@ TEST(BareGlGLTest, MakesTheCallsOfEachOperation) {
                 expected = callsOf(trace);
             }
             GlTrace trace;
-            fence = new Fence(bare.draw(operation, src, dst, 0.3f));
+            fence = sp<Fence>(new Fence(bare.draw(operation, src, dst, 0.3f)));
             EXPECT_EQ(callsOf(trace), expected) << operation.name << (imported ? "" : " first");
         }
     }

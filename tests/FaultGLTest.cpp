@@ -3,11 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
 #include <regex>
 
 #include "support/fixture.h"
 #include "support/operations.h"
 #include "support/script.h"
+
+static bool gNothrowNewFails = false;
+
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+    return gNothrowNewFails ? nullptr : ::operator new[](size);
+}
 
 namespace android::test {
 namespace {
@@ -89,6 +96,26 @@ TEST_F(FaultGLTest, ClientsHaveTheCheckAndTheNamesToo) {
     EXPECT_EQ(trace.count("glGetError"), 2u);
     EXPECT_THAT(log.errors(),
                 ElementsAre("glGetError failed some/path: 7: glFlush() failed: OUT_OF_MEMORY \n"));
+}
+
+// With a logger of its own a client gets the whole line, and without memory for it what fits.
+TEST_F(FaultGLTest, ClientsMayCheckCallsOfAnyLength) {
+    const OwnedUpscaler upscaler;
+    for (const size_t length : {511u, 512u, 965u, 966u, 100000u}) {
+        const std::string call(length, 'c'), path(10, 'p');
+        for (const bool isShort : {false, true}) {
+            log.clear();
+            GlTrace trace;
+            trace.fail("glGetError", 0, GL_OUT_OF_MEMORY);
+            gNothrowNewFails = isShort;
+            opengl_check_error(path.c_str(), 7, call.c_str());
+            gNothrowNewFails = false;
+            std::string line =
+                    "glGetError failed " + path + ": 7: " + call + " failed: OUT_OF_MEMORY \n";
+            if (isShort) line = line.substr(0, 1023);
+            EXPECT_THAT(log.errors(), ElementsAre(line)) << length;
+        }
+    }
 }
 
 TEST_F(FaultGLTest, GlInConstruction) {
@@ -300,7 +327,7 @@ TEST_F(FaultGLTest, AMissingEntryPointFailsLikeItsCall) {
     }
 }
 
-// The specified lines and nothing worse; the next object works.
+// One line for each check and nothing worse; the next object works.
 TEST_F(FaultGLTest, TheContextIsLost) {
     for (const OperationRow& row : operations()) {
         SCOPED_TRACE(row.name);

@@ -9,6 +9,7 @@
 #include "support/fixture.h"
 #include "support/operations.h"
 #include "support/script.h"
+#include "upscaler/buffer_key.h"
 
 namespace android::test {
 namespace {
@@ -16,17 +17,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// The cache's key for a buffer: a hash of its native buffer's address.
-uint64_t bufferKey(const sp<GraphicBuffer>& buffer) {
-    const uint64_t p = reinterpret_cast<uintptr_t>(buffer->getNativeBuffer());
-    const uint64_t mul = 0x9ddfea08eb382d69ULL;
-    const auto mix = [&](uint64_t a, uint64_t b) {
-        const uint64_t x = (a ^ b) * mul;
-        return x ^ (x >> 47);
-    };
-    const uint64_t u = 8 + ((p << 3) & 0xFFFFFFFFULL);
-    const uint64_t v = p >> 32;
-    return mix(v, mix(u, v)) * mul;
+uint64_t keyOf(const sp<GraphicBuffer>& buffer) {
+    return bufferKey(reinterpret_cast<uintptr_t>(buffer->getNativeBuffer()));
 }
 
 // With the debug lines, and without. Whatever the object does is compared, its construction first.
@@ -40,7 +32,7 @@ class TraceGLTest : public LibraryTest, public ::testing::WithParamInterface<boo
             words[name + "Height"] = std::to_string(buffer->getHeight());
             const auto native = reinterpret_cast<uintptr_t>(buffer->getNativeBuffer());
             words[name + "Buffer"] = std::to_string(native);
-            words[name + "Key"] = std::to_string(bufferKey(buffer));
+            words[name + "Key"] = std::to_string(keyOf(buffer));
         }
         construct();
     }
@@ -105,7 +97,7 @@ TEST_P(TraceGLTest, Operations) {
             }
             expect("include " + row.name + " " + cache);
             for (const sp<GraphicBuffer>& buffer : {src, dst})
-                EXPECT_EQ(UpscalerPeer::textures(**upscaler).count(bufferKey(buffer)), 1u);
+                EXPECT_EQ(UpscalerPeer::textures(**upscaler).count(keyOf(buffer)), 1u);
         }
     }
 }

@@ -5,7 +5,9 @@
 #include <utils/Trace.h>
 
 #include <optional>
+#include <string>
 
+#include "upscaler/buffer_key.h"
 #include "upscaler/constants.h"
 #include "upscaler/gfx/gl_check.h"
 #include "upscaler/gfx/log.h"
@@ -24,29 +26,23 @@ uint32_t lowBits(const void* handle) {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(handle));
 }
 
-// The platform library's hash of an 8-byte pointer, written out so that the keys in the log are the
-// same everywhere. Arithmetic modulo 2^64 is meant.
-#if defined(__clang__)
-__attribute__((no_sanitize("unsigned-integer-overflow")))
-#endif
-uint64_t
-bufferKey(const void* clientBuffer) {
-    constexpr uint64_t kMul = 0x9ddfea08eb382d69;
-    const uint64_t p = reinterpret_cast<uintptr_t>(clientBuffer);
-    const uint64_t u = 8 + (static_cast<uint32_t>(p) << 3);
-    const uint64_t v = p >> 32;
-    uint64_t x = (u ^ v) * kMul;
-    x ^= x >> 47;
-    uint64_t y = (v ^ x) * kMul;
-    y ^= y >> 47;
-    return y * kMul;
-}
+// The names of the uniforms, made once. They are never freed: a client may call an operation as
+// late as from the destructor of a static object of its own.
+struct UniformNames {
+    const std::string screenTexture = "screenTexture";
+    const std::string sizeInfo = "SizeInfo";
+    const std::string easu[4] = {"vec4_0", "vec4_1", "vec4_2", "vec4_3"};
+    const std::string sharpness = "sharpness";
+    const std::string const0 = "Const0";
+    const std::string const1 = "Const1";
+};
+const UniformNames& kNames = *new UniformNames;
 
-void sendVector(const GfxShader& shader, const char* name, const std::vector<float>& v) {
+void sendVector(const GfxShader& shader, const std::string& name, const std::vector<float>& v) {
     shader.setVec4(name, v[0], v[1], v[2], v[3]);
 }
 
-void sendVector(const GfxShader& shader, const char* name, const std::vector<uint32_t>& v) {
+void sendVector(const GfxShader& shader, const std::string& name, const std::vector<uint32_t>& v) {
     shader.setUvec4(name, v[0], v[1], v[2], v[3]);
 }
 
@@ -209,21 +205,21 @@ void Upscaler::Table::sendSizes(const GfxShader& shader, const Call& call,
                                 const Uniforms& uniforms) {
     const Size in = uniforms.inputSize->of(call);
     const Size out = kDst.of(call);
-    shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
+    shader.setVec4(kNames.sizeInfo, in.width, in.height, out.width, out.height);
 }
 
 void Upscaler::Table::sendEasu(const Upscaler& self, const GfxShader& shader, const Call& call,
                                const Uniforms& uniforms) {
-    sendVector(shader, "vec4_0", self.mEasuCon0);
-    sendVector(shader, "vec4_1", self.mEasuCon1);
-    sendVector(shader, "vec4_2", self.mEasuCon2);
-    sendVector(shader, "vec4_3", self.mEasuCon3);
+    sendVector(shader, kNames.easu[0], self.mEasuCon0);
+    sendVector(shader, kNames.easu[1], self.mEasuCon1);
+    sendVector(shader, kNames.easu[2], self.mEasuCon2);
+    sendVector(shader, kNames.easu[3], self.mEasuCon3);
     sendSizes(shader, call, uniforms);
 }
 
 void Upscaler::Table::sendRcas(const Upscaler&, const GfxShader& shader, const Call& call,
                                const Uniforms& uniforms) {
-    shader.setFloat("sharpness", call.rcasScale);
+    shader.setFloat(kNames.sharpness, call.rcasScale);
     sendSizes(shader, call, uniforms);
 }
 
@@ -231,8 +227,8 @@ void Upscaler::Table::sendCas(const Upscaler& self, const GfxShader& shader, con
                               const Uniforms& uniforms) {
     sendSizes(shader, call, uniforms);
     // The filter without scaling does not read Const0; it is sent all the same, and traces show it.
-    sendVector(shader, "Const0", self.mCasConst0);
-    sendVector(shader, "Const1", self.mCasConst1);
+    sendVector(shader, kNames.const0, self.mCasConst0);
+    sendVector(shader, kNames.const1, self.mCasConst1);
 }
 
 void Upscaler::fsrResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
@@ -313,7 +309,7 @@ void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<Graphi
     if (mEglDestroySyncKHR != nullptr) mEglDestroySyncKHR(mEGLDisplay, sync);
     if (fenceFd == EGL_NO_NATIVE_FENCE_FD_ANDROID)
         UPS_LOGD("syncForReleaseLocked: error dup'ing native fence fd: %#x", eglGetError());
-    *fence = new Fence(fenceFd);
+    *fence = sp<Fence>(new Fence(fenceFd));
 
     // Kept behind the fence in five operations: the order in which traces show them.
     if (operation.flush == Operation::Flush::AFTER_FENCE) GL_CHECK(glFlush());
@@ -332,7 +328,7 @@ void Upscaler::draw(const Operation& operation, const Pass& pass, Call& call) {
     if (pass.uniforms != nullptr) pass.uniforms->compute(*this, call, *pass.uniforms);
     const GfxShader& shader = *(this->*pass.program);
     shader.use();
-    shader.setInt("screenTexture", 0);
+    shader.setInt(kNames.screenTexture, 0);
     if (pass.uniforms != nullptr) pass.uniforms->send(*this, shader, call, *pass.uniforms);
 
     const auto width = static_cast<GLsizei>(call.*pass.size->width);
@@ -386,7 +382,7 @@ void Upscaler::get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& 
 
     // The role of the buffer is not part of the key: a buffer has one texture, whatever it is bound to.
     EGLClientBuffer clientBuffer = buffer->getNativeBuffer();
-    const uint64_t key = bufferKey(clientBuffer);
+    const uint64_t key = bufferKey(reinterpret_cast<uintptr_t>(clientBuffer));
     UPS_LOGD("%s: clientBuffer = %p, client buffer to hash=%llu", __func__, clientBuffer,
              static_cast<unsigned long long>(key));
 
