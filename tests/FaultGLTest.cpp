@@ -42,10 +42,10 @@ const std::vector<Error> kErrors = {
 };
 
 template <typename Work>
-std::vector<std::string> callNames(Work work) {
+std::string callNames(Work work) {
     GlTrace trace;
     work();
-    return trace.names();
+    return lines(trace.names());
 }
 
 // Does the work once for each checked GL call of the script and each error, which is pending behind
@@ -55,7 +55,7 @@ void expectEachCheckReports(const std::string& script, const std::vector<Error>&
                             Work work) {
     static const std::regex ofShaders("Shader|Program|Uniform"), number(": [0-9]+: ");
     const Script checked = checkedCalls(scriptOf(script));
-    const std::vector<std::string> undisturbed = callNames(work);
+    const std::string undisturbed = callNames(work);
     for (const Error& error : errors) {
         for (size_t i = 0; i < checked.size(); ++i) {
             SCOPED_TRACE(checked[i] + ", " + error.name);
@@ -63,7 +63,7 @@ void expectEachCheckReports(const std::string& script, const std::vector<Error>&
             GlTrace trace;
             trace.fail("glGetError", i, error.code);
             work();
-            ASSERT_EQ(trace.names(), undisturbed);
+            ASSERT_EQ(lines(trace.names()), undisturbed);
             const bool isOfShader = std::regex_search(checked[i], ofShaders);
             const std::string line =
                     std::string("glGetError failed multimedia/display/upsservice/upscaler/") +
@@ -189,7 +189,7 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
              "syncForReleaseLocked: error dup'ing native fence fd: 0x3004"},
     };
     call();
-    const std::vector<std::string> undisturbed = callNames([&] { call(); });
+    const std::string undisturbed = callNames([&] { call(); });
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.fails);
         log.clear();
@@ -200,7 +200,7 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
         ASSERT_NE(fence, nullptr);
         EXPECT_FALSE(fence->isValid());
         EXPECT_THAT(log.lines(), IsEmpty());
-        EXPECT_EQ(trace.names(), undisturbed);
+        EXPECT_EQ(lines(trace.names()), undisturbed);
 
         resizeBufferLogLevel = 0x21;
         trace.fail(row.fails);

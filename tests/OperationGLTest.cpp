@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <cmath>
+
 #include "support/fixture.h"
 #include "support/operations.h"
 
@@ -61,6 +63,22 @@ TEST_P(OperationGLTest, ConstantsComeBeforeTheProgram) {
         }
         EXPECT_THAT(following, AllOf(SizeIs(passesWithConstants), Each(StartsWith(next))));
     }
+}
+
+// A NaN passes every clamp: the sharpening weight is none either, and has the largest finite half.
+TEST_P(OperationGLTest, SharpnessThatIsNotANumberReachesTheShader) {
+    GlTrace trace;
+    ((*upscaler).*GetParam().call)(src, dst, std::nanf(""), &fence);
+    const std::vector<GlCall> scales = trace.named("glUniform1f");
+    const std::vector<GlCall> constants = trace.named("glUniform4ui");
+    ASSERT_EQ(scales.size() + constants.size() / 2, 1u) << "RCAS's scale, or Const0 and Const1";
+    if (!scales.empty()) {
+        EXPECT_TRUE(std::isnan(std::stof(scales[0].arguments[1])));
+        return;
+    }
+    const auto word = [&](size_t i) { return std::stoul(constants[1].arguments[1 + i]); };
+    EXPECT_GT(word(0) & 0x7FFFFFFF, 0x7F800000u);
+    EXPECT_EQ(word(1) & 0xFFFF7FFF, 0x7BFFu);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, OperationGLTest, ::testing::ValuesIn(operations()),

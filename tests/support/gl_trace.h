@@ -16,8 +16,9 @@
 
 namespace android::test {
 
-// Numbers in decimal, floats with all their digits, strings in quotes, {a=b} for attributes in
-// hexadecimal, and for a pointer to a name what stands there after the call.
+// Constants of GL and EGL by their names, other numbers in decimal, floats with all their digits,
+// strings in quotes, {name=value} for attributes, and for a pointer to a name what stands there
+// after the call.
 struct GlCall {
     std::string name;
     std::vector<std::string> arguments;
@@ -27,6 +28,10 @@ struct GlCall {
 
     std::string text() const;
 };
+
+// One to a line. Where two such texts differ, GoogleTest shows all of it as a diff; of a vector it
+// shows the first 32.
+std::string lines(const std::vector<std::string>& texts);
 
 class GlTrace {
   public:

@@ -13,28 +13,12 @@ namespace {
 
 const char kCheck[] = "glGetError()";
 
-// The numbers that the system's headers define.
-Words readConstants() {
-    const std::regex definition(R"(#define (E?GL_\w+) +(?:EGL_CAST\(\w+,)?(\d\w*)\)?)");
-    Words constants = {{"NULL", "0"}};
-    for (const char* header : {"EGL/egl.h", "EGL/eglext.h", "GLES2/gl2ext.h", "GLES3/gl32.h"}) {
-        std::ifstream file(std::string(GL_HEADER_FOLDER "/") + header);
-        std::smatch found;
-        for (std::string line; std::getline(file, line);) {
-            if (std::regex_match(line, found, definition))
-                constants[found[1]] = std::to_string(std::stoull(found[2], nullptr, 0));
-        }
-    }
-    return constants;
-}
-
 // In question marks if there is none.
 std::string valueOf(const std::string& word, const Words& words) {
-    static const Words constants = readConstants();
-    for (const Words* dictionary : {&words, &constants}) {
-        const auto found = dictionary->find(word);
-        if (found != dictionary->end()) return found->second;
-    }
+    const auto found = words.find(word);
+    if (found != words.end()) return found->second;
+    static const std::regex null(R"(NULL|EGL_NO_\w+|EGL_DEFAULT_DISPLAY)");
+    if (std::regex_match(word, null)) return "0";
     if (word.rfind("bits:", 0) == 0) {
         const float value = std::stof(word.substr(5));
         uint32_t bits;
@@ -42,7 +26,7 @@ std::string valueOf(const std::string& word, const Words& words) {
         return std::to_string(bits);
     }
     if (word.rfind("0x", 0) == 0) return std::to_string(std::stoul(word, nullptr, 16));
-    static const std::regex asItStands(R"([-\d"{*].*|)");
+    static const std::regex asItStands(R"([-\d"{*].*|E?GL_\w+|)");
     return std::regex_match(word, asItStands) ? word : "?" + word + "?";
 }
 
