@@ -6,9 +6,9 @@
 #include <new>
 #include <regex>
 
+#include "support/expected.h"
 #include "support/fixture.h"
 #include "support/operations.h"
-#include "support/script.h"
 
 static bool gNothrowNewFails = false;
 
@@ -51,10 +51,9 @@ std::string callNames(Work work) {
 // Does the work once for each checked GL call of the script and each error, which is pending behind
 // it, and expects the one line about it and the same calls as without.
 template <typename Work>
-void expectEachCheckReports(const std::string& script, const std::vector<Error>& errors,
-                            Work work) {
+void expectEachCheckReports(const Script& script, const std::vector<Error>& errors, Work work) {
     static const std::regex ofShaders("Shader|Program|Uniform"), number(": [0-9]+: ");
-    const Script checked = checkedCalls(scriptOf(script));
+    const std::vector<std::string> checked = script.checkedCalls();
     const std::string undisturbed = callNames(work);
     for (const Error& error : errors) {
         for (size_t i = 0; i < checked.size(); ++i) {
@@ -119,7 +118,7 @@ TEST_F(FaultGLTest, ClientsMayCheckCallsOfAnyLength) {
 }
 
 TEST_F(FaultGLTest, GlInConstruction) {
-    expectEachCheckReports("include construction", {{GL_OUT_OF_MEMORY, "OUT_OF_MEMORY"}}, [] {
+    expectEachCheckReports(construction(), {{GL_OUT_OF_MEMORY, "OUT_OF_MEMORY"}}, [] {
         Upscaler upscaler;
         upscaler.destroyEGL();
     });
@@ -128,9 +127,8 @@ TEST_F(FaultGLTest, GlInConstruction) {
 // Each kind of call of a construction with each code: nine programs need not be built for that.
 TEST_F(FaultGLTest, GlInAProgramAndInTheQuad) {
     OwnedUpscaler upscaler;
-    expectEachCheckReports("include program member=program", kErrors,
-                           [] { GfxShader(kVertex, kFragment); });
-    expectEachCheckReports("include objects\ninclude quad", kErrors, [&] {
+    expectEachCheckReports(program("program"), kErrors, [] { GfxShader(kVertex, kFragment); });
+    expectEachCheckReports(objects() + quad(), kErrors, [&] {
         UpscalerPeer::forgetNames(*upscaler);
         upscaler->initOpenGL();
     });
@@ -140,7 +138,7 @@ TEST_F(FaultGLTest, GlInTeardown) {
     OwnedUpscaler upscaler;
     upscaler->fsrResize(src, dst, 0.0f, &fence);
     upscaler->clearOpenGLResources();
-    expectEachCheckReports("include clear", kErrors, [&] { upscaler->clearOpenGLResources(); });
+    expectEachCheckReports(clear(false), kErrors, [&] { upscaler->clearOpenGLResources(); });
 }
 
 TEST_F(FaultGLTest, GlInAProgramThatDoesNotBuild) {
@@ -166,15 +164,15 @@ class OperationFaultGLTest : public LibraryTest,
 };
 
 TEST_P(OperationFaultGLTest, Gl) {
+    const auto script = expectedOf(GetParam().name).script;
     call();
-    expectEachCheckReports("include " + GetParam().name + " hit", kErrors, [&] { call(); });
+    expectEachCheckReports(script(true), kErrors, [&] { call(); });
     EXPECT_TRUE(fence->isValid());
-    expectEachCheckReports("include " + GetParam().name + " miss",
-                           {{GL_INVALID_VALUE, "INVALID_VALUE"}}, [&] {
-                               src = makeBuffer(kSrcWidth, kSrcHeight);
-                               dst = makeBuffer(kDstWidth, kDstHeight);
-                               call();
-                           });
+    expectEachCheckReports(script(false), {{GL_INVALID_VALUE, "INVALID_VALUE"}}, [&] {
+        src = makeBuffer(kSrcWidth, kSrcHeight);
+        dst = makeBuffer(kDstWidth, kDstHeight);
+        call();
+    });
 }
 
 // The lines are written at debug level; with it off nothing is, and the caller finds an invalid
@@ -231,7 +229,9 @@ TEST_P(OperationFaultGLTest, Images) {
         EXPECT_TRUE(fence->isValid());
         EXPECT_THAT(UpscalerPeer::textures(*fresh), SizeIs(1));
         EXPECT_THAT(UpscalerPeer::images(*fresh), SizeIs(1));
-        EXPECT_EQ(trace.count("glDrawArrays"), GetParam().passes) << "the passes run regardless";
+        EXPECT_EQ(trace.count("glDrawArrays"),
+                  expectedOf(GetParam().name).script(true).count("glDrawArrays"))
+                << "the passes run regardless";
         // The next call tries again.
         log.clear();
         ((*fresh).*GetParam().call)(src, dst, 0.5f, &fence);

@@ -11,6 +11,7 @@
 #include "upscaler/constants.h"
 #include "upscaler/gfx/gl_check.h"
 #include "upscaler/gfx/log.h"
+#include "upscaler/operations.h"
 #include "upscaler/shaders/shaders.h"
 
 namespace android {
@@ -167,20 +168,20 @@ struct Upscaler::Table {
     static constexpr auto kBeforeDup = Operation::Flush::BEFORE_DUP;
     static constexpr auto kAfterFence = Operation::Flush::AFTER_FENCE;
 
-    // casResize deletes a texture that it never makes, under whatever name the last fsrResize or neaResize
-    // has left in the member: kept, and told to clients in the class comment.
+    // A row is named like its function. casResize deletes a texture that it never makes, under whatever name the
+    // last fsrResize or neaResize has left in the member: kept, and told to clients in the class comment.
     //  name           passes                                   clears traces magnification     flush        deletes
-    static constexpr Operation kFsrResize = {
+    static constexpr Operation fsrResize = {
         "fsrResize",   {&kCopyPass, &kEasuPass, &kRcasPass},    true,  true,  ENUM(GL_LINEAR),  kBeforeDup,  {&kEasuTexture, &kCopyTexture}};
-    static constexpr Operation kNeaResize = {
+    static constexpr Operation neaResize = {
         "neaResize",   {&kCopyPass, &kNearestPass, &kRcasPass}, false, false, ENUM(GL_NEAREST), kAfterFence, {&kEasuTexture, &kCopyTexture}};
-    static constexpr Operation kCasSharpen = {
+    static constexpr Operation casSharpen = {
         "casSharpen",  {&kCopyAtDstPass, &kCasSharpenPass},     false, false, ENUM(GL_LINEAR),  kAfterFence, {&kCopyTexture}};
-    static constexpr Operation kCasResize = {
+    static constexpr Operation casResize = {
         "casResize",   {&kCopyPass, &kCasUpscalePass},          false, false, ENUM(GL_NEAREST), kAfterFence, {&kEasuTexture, &kCopyTexture}};
-    static constexpr Operation kCasvUpscale = {
+    static constexpr Operation casvUpscale = {
         "casvUpscale", {&kHsvCopyPass, &kCasVUpscalePass},      false, false, ENUM(GL_NEAREST), kAfterFence, {&kCopyTexture}};
-    static constexpr Operation kCasTUpscale = {
+    static constexpr Operation casTUpscale = {
         "casTUpscale", {&kCopyPass, &kCasTUpscalePass},         false, false, ENUM(GL_NEAREST), kAfterFence, {&kCopyTexture}};
 #undef NAME
 #undef ENUM
@@ -231,35 +232,13 @@ void Upscaler::Table::sendCas(const Upscaler& self, const GfxShader& shader, con
     sendVector(shader, kNames.const1, self.mCasConst1);
 }
 
-void Upscaler::fsrResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                         sp<Fence>* fence) {
-    run(Table::kFsrResize, src, dst, sharpness, fence);
-}
-
-void Upscaler::neaResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                         sp<Fence>* fence) {
-    run(Table::kNeaResize, src, dst, sharpness, fence);
-}
-
-void Upscaler::casSharpen(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                          sp<Fence>* fence) {
-    run(Table::kCasSharpen, src, dst, sharpness, fence);
-}
-
-void Upscaler::casResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                         sp<Fence>* fence) {
-    run(Table::kCasResize, src, dst, sharpness, fence);
-}
-
-void Upscaler::casvUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                           sp<Fence>* fence) {
-    run(Table::kCasvUpscale, src, dst, sharpness, fence);
-}
-
-void Upscaler::casTUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                           sp<Fence>* fence) {
-    run(Table::kCasTUpscale, src, dst, sharpness, fence);
-}
+#define DEFINE_OPERATION(name)                                                           \
+    void Upscaler::name(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness, \
+                        sp<Fence>* fence) {                                              \
+        run(Table::name, src, dst, sharpness, fence);                                    \
+    }
+UPSCALER_OPERATIONS(DEFINE_OPERATION)
+#undef DEFINE_OPERATION
 
 // ---- The frame and the pass that the operations share ----
 

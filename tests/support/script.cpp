@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 #include <regex>
 #include <sstream>
@@ -11,7 +10,10 @@
 namespace android::test {
 namespace {
 
-const char kCheck[] = "glGetError()";
+bool isChecked(const std::string& line) {
+    static const std::regex checkedCall(R"((\w+ = )?gl\w+\(.*)");
+    return std::regex_match(line, checkedCall);
+}
 
 // In question marks if there is none.
 std::string valueOf(const std::string& word, const Words& words) {
@@ -50,7 +52,7 @@ std::string lineNow(std::string line, const Words& words) {
 
 // A call, as the trace has it if that is what `call` is. What is made gives its word the value.
 std::string callNow(const std::string& line, const GlCall& call, Words& words) {
-    static const std::regex form(R"(!?(?:(\w+) = )?((?:gl|egl)(Delete)?\w+)\((.*)\))");
+    static const std::regex form(R"(\|?!?(?:(\w+) = )?((?:gl|egl)(Delete)?\w+)\((.*)\))");
     static const std::regex comma(", ");
     std::smatch found;
     EXPECT_TRUE(std::regex_match(line, found, form)) << line;
@@ -81,48 +83,38 @@ bool matches(const std::string& text, const std::string& pattern) {
 
 }  // namespace
 
-Script scriptOf(const std::string& text, const std::map<std::string, std::string>& parameters) {
-    static const std::regex parameter(R"(\$\{(\w+)\})");
-    static const std::regex checkedCall(R"((\w+ = )?gl\w+\(.*)");
-    Script script;
+Script::Script(const std::string& text, const Words& values) {
+    static const std::regex name(R"(\$\{(\w+)\})");
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        for (std::smatch found; std::regex_search(line, found, parameter);) {
-            const auto given = parameters.find(found[1]);
-            line = given == parameters.end()
-                           ? ""
-                           : found.prefix().str() + given->second + found.suffix().str();
-        }
-        const bool isLeftOut = line[0] == '|' && parameters.count("debug") == 0;
-        if (line.empty() || line[0] == '#' || isLeftOut) continue;
-        if (line.rfind("include ", 0) != 0) {
-            script.push_back(line);
-            if (std::regex_match(line, checkedCall)) script.push_back(kCheck);
-            continue;
-        }
-        std::istringstream words(line.substr(8));
-        std::string file, word;
-        words >> file;
-        auto given = parameters;
-        while (words >> word) {
-            const size_t equals = word.find('=');
-            given[word.substr(0, equals)] =
-                    equals == std::string::npos ? "" : word.substr(equals + 1);
-        }
-        std::ifstream source(SCRIPT_FOLDER "/" + file + ".txt");
-        EXPECT_TRUE(source) << file;
-        const std::string included(std::istreambuf_iterator<char>(source), {});
-        const Script steps = scriptOf(included, given);
-        script.insert(script.end(), steps.begin(), steps.end());
+        for (std::smatch found; std::regex_search(line, found, name);)
+            line = found.prefix().str() + values.at(found[1]) + found.suffix().str();
+        if (!line.empty()) mLines.push_back(line);
     }
-    return script;
 }
 
-Script checkedCalls(const Script& script) {
-    Script checked;
-    for (size_t i = 1; i < script.size(); ++i) {
-        if (script[i] == kCheck) checked.push_back(script[i - 1]);
+Script& Script::operator+=(const Script& more) {
+    mLines.insert(mLines.end(), more.mLines.begin(), more.mLines.end());
+    return *this;
+}
+
+size_t Script::count(const std::string& begin) const {
+    return static_cast<size_t>(
+            std::count_if(mLines.begin(), mLines.end(),
+                          [&](const std::string& line) { return line.rfind(begin, 0) == 0; }));
+}
+
+Script Script::quiet() const {
+    Script kept;
+    for (const std::string& line : mLines) {
+        if (line[0] != '|') kept.mLines.push_back(line);
     }
+    return kept;
+}
+
+std::vector<std::string> Script::checkedCalls() const {
+    std::vector<std::string> checked;
+    std::copy_if(mLines.begin(), mLines.end(), std::back_inserter(checked), isChecked);
     return checked;
 }
 
@@ -143,15 +135,20 @@ testing::AssertionResult follows(const GlTrace& trace, const Script& script, Wor
             failure << (i == at ? " -> " : "    ") << calls[i].text() << "\n";
         return failure;
     };
-    for (const std::string& line : script) {
+    for (const std::string& line : script.lines()) {
         if (line.rfind("let ", 0) == 0) {
             const size_t equals = line.find(" = ");
             words[line.substr(4, equals - 4)] = valueOf(line.substr(equals + 3), words);
             continue;
         }
-        const auto result = isNext(
-                line, line[0] == '|' ? lineNow(line, words) : callNow(line, calls[at], words));
+        const auto result =
+                isNext(line, line.rfind("| ", 0) == 0 ? lineNow(line, words)
+                                                      : callNow(line, calls[at], words));
         if (!result) return result;
+        ++at;
+        if (!isChecked(line)) continue;
+        const auto check = isNext("the check of " + line, "glGetError()");
+        if (!check) return check;
         ++at;
     }
     return isNext("nothing more", end.text());
