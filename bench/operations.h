@@ -26,11 +26,11 @@ constexpr Operation kOperations[] = {
 };
 
 inline sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height) {
-    return new GraphicBuffer(
+    return sp<GraphicBuffer>(new GraphicBuffer(
             width, height, android::PIXEL_FORMAT_RGBA_8888, 1,
             GraphicBuffer::USAGE_SW_READ_OFTEN | GraphicBuffer::USAGE_SW_WRITE_OFTEN |
                     GraphicBuffer::USAGE_HW_TEXTURE | GraphicBuffer::USAGE_HW_RENDER,
-            "benchmark");
+            "benchmark"));
 }
 
 }  // namespace bench

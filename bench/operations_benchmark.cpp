@@ -119,7 +119,7 @@ void compareWithBareGl(benchmark::State& state, const Operation& operation, cons
     Rig rig(state, size);
     BareGl bare;
     const auto bareFrame = [&] {
-        rig.fence = new Fence(bare.draw(operation, rig.src, rig.dst, 0.5f));
+        rig.fence = sp<Fence>(new Fence(bare.draw(operation, rig.src, rig.dst, 0.5f)));
         rig.wait();
     };
     const auto frame = [&] {

@@ -12,7 +12,7 @@ namespace android::test {
 namespace {
 
 // Each call with its arguments, but for those that are names of objects or addresses.
-std::vector<std::string> callsOf(const GlTrace& trace) {
+std::string callsOf(const GlTrace& trace) {
     const std::set<std::string> compared = {
             "glUniform1i",     "glUniform1f", "glUniform4f",  "glUniform4ui", "glTexImage2D",
             "glTexParameteri", "glViewport",  "glClearColor", "glClear",      "glDrawArrays"};
@@ -29,7 +29,7 @@ std::vector<std::string> callsOf(const GlTrace& trace) {
         }
         calls.push_back(text);
     }
-    return calls;
+    return lines(calls);
 }
 
 TEST(BareGlGLTest, MakesTheCallsOfEachOperation) {
@@ -40,14 +40,14 @@ TEST(BareGlGLTest, MakesTheCallsOfEachOperation) {
     for (const bench::Operation& operation : bench::kOperations) {
         for (const bool imported : {false, true}) {  // The first of all imports.
             sp<Fence> fence;
-            std::vector<std::string> expected;
+            std::string expected;
             {
                 GlTrace trace;
                 ((*upscaler).*operation.call)(src, dst, 0.3f, &fence);
                 expected = callsOf(trace);
             }
             GlTrace trace;
-            fence = new Fence(bare.draw(operation, src, dst, 0.3f));
+            fence = sp<Fence>(new Fence(bare.draw(operation, src, dst, 0.3f)));
             EXPECT_EQ(callsOf(trace), expected) << operation.name << (imported ? "" : " first");
         }
     }

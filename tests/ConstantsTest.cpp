@@ -8,6 +8,8 @@
 #include <cstring>
 #include <limits>
 
+#include "upscaler/buffer_key.h"
+
 namespace android {
 namespace {
 
@@ -40,12 +42,14 @@ struct Cas {
 constexpr CasRange kCast = {20, 75, 120};
 
 TEST(ConstantsTest, EasuRatiosAreProductsWithTheReciprocal) {
-    // 25 * (1 / 41) and 25 / 41 differ in the last bit, and so do 31 and 47.
+    // The two differ in the last bit.
     ASSERT_NE(25.0f * (1.0f / 41.0f), 25.0f / 41.0f);
-    const Easu easu({25, 25}, {41, 47});
+    ASSERT_NE(37.0f * (1.0f / 47.0f), 37.0f / 47.0f);
+    const Easu easu({25, 37}, {41, 47});
     EXPECT_EQ(bits(easu.con0[0]), bits(25.0f * (1.0f / 41.0f)));
+    EXPECT_EQ(bits(easu.con0[1]), bits(37.0f * (1.0f / 47.0f)));
     EXPECT_EQ(bits(easu.con0[2]), bits((0.5f * 25.0f) * (1.0f / 41.0f) - 0.5f));
-    EXPECT_EQ(bits(easu.con0[3]), bits((0.5f * 25.0f) * (1.0f / 47.0f) - 0.5f));
+    EXPECT_EQ(bits(easu.con0[3]), bits((0.5f * 37.0f) * (1.0f / 47.0f) - 0.5f));
 }
 
 TEST(ConstantsTest, EasuOfAnEmptySourceCarriesInfinities) {
@@ -67,7 +71,7 @@ TEST(ConstantsTest, CasSharpnessIsInvertedAndClamped) {
             {0.5f, {1, 5, 8}, -1.0f / 6.5f, 0xB0EC},  {7.0f, {1, 5, 8}, -0.125f, 0xB000},
             {-7.0f, {1, 5, 8}, -0.2f, 0xB266},        {1.0f, kCast, -20.0f / 120.0f, 0xB155},
             {0.5f, kCast, -20.0f / 97.5f, 0xB290},    {0.0f, kCast, -20.0f / 75.0f, 0xB444},
-            {-1.0f, kCast, -20.0f / 75.0f, 0xB444},
+            {-1.0f, kCast, -20.0f / 75.0f, 0xB444},   {1.25f, {1, 5, 8}, -0.125f, 0xB000},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.sharpness);
@@ -94,6 +98,21 @@ TEST(ConstantsTest, CasSizesAreQuotients) {
     EXPECT_EQ(cas.const1[3], 0u);
 }
 
+TEST(ConstantsTest, BufferKeyKeeps32BitsOfTheShiftAnd64OfTheSum) {
+    struct Row {
+        uint64_t address, key;
+    };
+    const Row rows[] = {
+            {0x1000, 0xba4f8b8da8389866},
+            {0x20001000, 0xba4f8b8da8389866},  // The shift drops what is different.
+            {0x00007fa1b2c3d4e0, 0x6f34e5cb0714be0d},
+            {0x1fffffff, 0xdd81728400edad99},  // The sum carries into bit 32.
+            {0xffffffffffffffff, 0xbb043345da882cfd},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(bufferKey(row.address), row.key) << std::hex << row.address;
+}
+
 TEST(ConstantsTest, HalfBitsTruncateAndClamp) {
     struct Row {
         float value;
@@ -106,6 +125,7 @@ TEST(ConstantsTest, HalfBitsTruncateAndClamp) {
             {inf, 0x7BFF},        {-inf, 0xFBFF},       {0x1p-14f, 0x0400},
             {0x1p-15f, 0x0200},   {0x1p-24f, 0x0001},   {0x1.8p-25f, 0x0000},
             {0x1.8p-24f, 0x0001}, {0x1.ffcp0f, 0x3FFF}, {0x1.fffffep0f, 0x3FFF},
+            {32768.0f, 0x7800},   {0x1.8p-15f, 0x0300},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.value);

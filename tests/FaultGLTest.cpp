@@ -3,11 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
 #include <regex>
 
+#include "support/expected.h"
 #include "support/fixture.h"
 #include "support/operations.h"
-#include "support/script.h"
+
+static bool gNothrowNewFails = false;
+
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+    return gNothrowNewFails ? nullptr : ::operator new[](size);
+}
 
 namespace android::test {
 namespace {
@@ -35,20 +42,19 @@ const std::vector<Error> kErrors = {
 };
 
 template <typename Work>
-std::vector<std::string> callNames(Work work) {
+std::string callNames(Work work) {
     GlTrace trace;
     work();
-    return trace.names();
+    return lines(trace.names());
 }
 
 // Does the work once for each checked GL call of the script and each error, which is pending behind
 // it, and expects the one line about it and the same calls as without.
 template <typename Work>
-void expectEachCheckReports(const std::string& script, const std::vector<Error>& errors,
-                            Work work) {
+void expectEachCheckReports(const Script& script, const std::vector<Error>& errors, Work work) {
     static const std::regex ofShaders("Shader|Program|Uniform"), number(": [0-9]+: ");
-    const Script checked = checkedCalls(scriptOf(script));
-    const std::vector<std::string> undisturbed = callNames(work);
+    const std::vector<std::string> checked = script.checkedCalls();
+    const std::string undisturbed = callNames(work);
     for (const Error& error : errors) {
         for (size_t i = 0; i < checked.size(); ++i) {
             SCOPED_TRACE(checked[i] + ", " + error.name);
@@ -56,7 +62,7 @@ void expectEachCheckReports(const std::string& script, const std::vector<Error>&
             GlTrace trace;
             trace.fail("glGetError", i, error.code);
             work();
-            ASSERT_EQ(trace.names(), undisturbed);
+            ASSERT_EQ(lines(trace.names()), undisturbed);
             const bool isOfShader = std::regex_search(checked[i], ofShaders);
             const std::string line =
                     std::string("glGetError failed multimedia/display/upsservice/upscaler/") +
@@ -91,8 +97,28 @@ TEST_F(FaultGLTest, ClientsHaveTheCheckAndTheNamesToo) {
                 ElementsAre("glGetError failed some/path: 7: glFlush() failed: OUT_OF_MEMORY \n"));
 }
 
+// With a logger of its own a client gets the whole line, and without memory for it what fits.
+TEST_F(FaultGLTest, ClientsMayCheckCallsOfAnyLength) {
+    const OwnedUpscaler upscaler;
+    for (const size_t length : {511u, 512u, 965u, 966u, 100000u}) {
+        const std::string call(length, 'c'), path(10, 'p');
+        for (const bool isShort : {false, true}) {
+            log.clear();
+            GlTrace trace;
+            trace.fail("glGetError", 0, GL_OUT_OF_MEMORY);
+            gNothrowNewFails = isShort;
+            opengl_check_error(path.c_str(), 7, call.c_str());
+            gNothrowNewFails = false;
+            std::string line =
+                    "glGetError failed " + path + ": 7: " + call + " failed: OUT_OF_MEMORY \n";
+            if (isShort) line = line.substr(0, 1023);
+            EXPECT_THAT(log.errors(), ElementsAre(line)) << length;
+        }
+    }
+}
+
 TEST_F(FaultGLTest, GlInConstruction) {
-    expectEachCheckReports("include construction", {{GL_OUT_OF_MEMORY, "OUT_OF_MEMORY"}}, [] {
+    expectEachCheckReports(construction(), {{GL_OUT_OF_MEMORY, "OUT_OF_MEMORY"}}, [] {
         Upscaler upscaler;
         upscaler.destroyEGL();
     });
@@ -101,9 +127,8 @@ TEST_F(FaultGLTest, GlInConstruction) {
 // Each kind of call of a construction with each code: nine programs need not be built for that.
 TEST_F(FaultGLTest, GlInAProgramAndInTheQuad) {
     OwnedUpscaler upscaler;
-    expectEachCheckReports("include program member=program", kErrors,
-                           [] { GfxShader(kVertex, kFragment); });
-    expectEachCheckReports("include objects\ninclude quad", kErrors, [&] {
+    expectEachCheckReports(program("program"), kErrors, [] { GfxShader(kVertex, kFragment); });
+    expectEachCheckReports(objects() + quad(), kErrors, [&] {
         UpscalerPeer::forgetNames(*upscaler);
         upscaler->initOpenGL();
     });
@@ -113,7 +138,7 @@ TEST_F(FaultGLTest, GlInTeardown) {
     OwnedUpscaler upscaler;
     upscaler->fsrResize(src, dst, 0.0f, &fence);
     upscaler->clearOpenGLResources();
-    expectEachCheckReports("include clear", kErrors, [&] { upscaler->clearOpenGLResources(); });
+    expectEachCheckReports(clear(false), kErrors, [&] { upscaler->clearOpenGLResources(); });
 }
 
 TEST_F(FaultGLTest, GlInAProgramThatDoesNotBuild) {
@@ -139,15 +164,15 @@ class OperationFaultGLTest : public LibraryTest,
 };
 
 TEST_P(OperationFaultGLTest, Gl) {
+    const auto script = expectedOf(GetParam().name).script;
     call();
-    expectEachCheckReports("include " + GetParam().name + " hit", kErrors, [&] { call(); });
+    expectEachCheckReports(script(true), kErrors, [&] { call(); });
     EXPECT_TRUE(fence->isValid());
-    expectEachCheckReports("include " + GetParam().name + " miss",
-                           {{GL_INVALID_VALUE, "INVALID_VALUE"}}, [&] {
-                               src = makeBuffer(kSrcWidth, kSrcHeight);
-                               dst = makeBuffer(kDstWidth, kDstHeight);
-                               call();
-                           });
+    expectEachCheckReports(script(false), {{GL_INVALID_VALUE, "INVALID_VALUE"}}, [&] {
+        src = makeBuffer(kSrcWidth, kSrcHeight);
+        dst = makeBuffer(kDstWidth, kDstHeight);
+        call();
+    });
 }
 
 // The lines are written at debug level; with it off nothing is, and the caller finds an invalid
@@ -162,7 +187,7 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
              "syncForReleaseLocked: error dup'ing native fence fd: 0x3004"},
     };
     call();
-    const std::vector<std::string> undisturbed = callNames([&] { call(); });
+    const std::string undisturbed = callNames([&] { call(); });
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.fails);
         log.clear();
@@ -173,7 +198,7 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
         ASSERT_NE(fence, nullptr);
         EXPECT_FALSE(fence->isValid());
         EXPECT_THAT(log.lines(), IsEmpty());
-        EXPECT_EQ(trace.names(), undisturbed);
+        EXPECT_EQ(lines(trace.names()), undisturbed);
 
         resizeBufferLogLevel = 0x21;
         trace.fail(row.fails);
@@ -204,7 +229,9 @@ TEST_P(OperationFaultGLTest, Images) {
         EXPECT_TRUE(fence->isValid());
         EXPECT_THAT(UpscalerPeer::textures(*fresh), SizeIs(1));
         EXPECT_THAT(UpscalerPeer::images(*fresh), SizeIs(1));
-        EXPECT_EQ(trace.count("glDrawArrays"), GetParam().passes) << "the passes run regardless";
+        EXPECT_EQ(trace.count("glDrawArrays"),
+                  expectedOf(GetParam().name).script(true).count("glDrawArrays"))
+                << "the passes run regardless";
         // The next call tries again.
         log.clear();
         ((*fresh).*GetParam().call)(src, dst, 0.5f, &fence);
@@ -300,7 +327,7 @@ TEST_F(FaultGLTest, AMissingEntryPointFailsLikeItsCall) {
     }
 }
 
-// The specified lines and nothing worse; the next object works.
+// One line for each check and nothing worse; the next object works.
 TEST_F(FaultGLTest, TheContextIsLost) {
     for (const OperationRow& row : operations()) {
         SCOPED_TRACE(row.name);

@@ -3,14 +3,21 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 
+#include <cmath>
+
+#include "support/expected.h"
 #include "support/fixture.h"
 #include "support/operations.h"
 
 namespace android::test {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 class OperationGLTest : public LibraryTest, public ::testing::WithParamInterface<OperationRow> {
   protected:
@@ -38,6 +45,41 @@ TEST_P(OperationGLTest, EmptyBufferIsOneErrorLineAndNothingElse) {
             *missing = kept;
         }
     }
+}
+
+// What a pass sends is worked out after the line about the sharpness and before the program is in
+// use. None of it is exact at these sizes and this sharpness.
+TEST_P(OperationGLTest, ConstantsComeBeforeTheProgram) {
+    call();
+    for (const auto& [level, next] : {std::pair(0u, "glUseProgram("), {0x21u, "log(use: Start "}}) {
+        resizeBufferLogLevel = level;
+        GlTrace trace;
+        call();
+        std::vector<std::string> following;
+        size_t passesWithConstants = 0;
+        for (const GlCall& made : trace.calls()) {
+            if (made.followsArithmetic) following.push_back(made.text());
+            const bool names = made.name == "glGetUniformLocation";
+            if (names && made.arguments[1] == "\"SizeInfo\"") ++passesWithConstants;
+        }
+        EXPECT_THAT(following, AllOf(SizeIs(passesWithConstants), Each(StartsWith(next))));
+    }
+}
+
+// A NaN passes every clamp: the sharpening weight is none either, and has the largest finite half.
+TEST_P(OperationGLTest, SharpnessThatIsNotANumberReachesTheShader) {
+    GlTrace trace;
+    ((*upscaler).*GetParam().call)(src, dst, std::nanf(""), &fence);
+    const std::vector<GlCall> scales = trace.named("glUniform1f");
+    const std::vector<GlCall> constants = trace.named("glUniform4ui");
+    ASSERT_EQ(scales.size() + constants.size() / 2, 1u) << "RCAS's scale, or Const0 and Const1";
+    if (!scales.empty()) {
+        EXPECT_TRUE(std::isnan(std::stof(scales[0].arguments[1])));
+        return;
+    }
+    const auto word = [&](size_t i) { return std::stoul(constants[1].arguments[1 + i]); };
+    EXPECT_GT(word(0) & 0x7FFFFFFF, 0x7F800000u);
+    EXPECT_EQ(word(1) & 0xFFFF7FFF, 0x7BFFu);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, OperationGLTest, ::testing::ValuesIn(operations()),
@@ -92,9 +134,10 @@ TEST(StaleTextureGLTest, CasResizeDeletesTheNameThatFsrLeftWhoeverHasItNow) {
     EXPECT_EQ(trace.named("glDeleteTextures")[0].arguments[1], std::to_string(stale));
     EXPECT_FALSE(glIsTexture(stale)) << "the late buffer has lost its texture";
 
-    // The other three never touch it.
+    // Those that neither make it nor delete it never touch it.
     for (const OperationRow& row : operations()) {
-        if (row.passes != 2 || row.name == "casResize") continue;
+        const Script script = expectedOf(row.name).script(true);
+        if (script.count("glDeleteTextures(1, &mTextureColorEasu)") != 0) continue;
         trace.clear();
         ((*upscaler).*row.call)(src, dst, 0.5f, &fence);
         EXPECT_EQ(trace.count("glDeleteTextures"), 1u) << row.name;

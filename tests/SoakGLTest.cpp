@@ -64,7 +64,7 @@ class SoakGLTest : public ::testing::Test {
         if (fault < 2) return;
         // What clients do with fences: keep, drop, copy, merge and wait.
         sp<Fence>& kept = any(mFences);
-        const sp<Fence> copies[] = {kept, fence, new Fence(fence->dup()),
+        const sp<Fence> copies[] = {kept, fence, sp<Fence>(new Fence(fence->dup())),
                                     Fence::merge("soak", kept, fence)};
         kept = copies[below(4)];
         if (below(4) == 0) {

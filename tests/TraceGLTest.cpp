@@ -6,9 +6,10 @@
 #include <cstring>
 #include <optional>
 
+#include "support/expected.h"
 #include "support/fixture.h"
 #include "support/operations.h"
-#include "support/script.h"
+#include "upscaler/buffer_key.h"
 
 namespace android::test {
 namespace {
@@ -16,17 +17,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// The cache's key for a buffer: a hash of its native buffer's address.
-uint64_t bufferKey(const sp<GraphicBuffer>& buffer) {
-    const uint64_t p = reinterpret_cast<uintptr_t>(buffer->getNativeBuffer());
-    const uint64_t mul = 0x9ddfea08eb382d69ULL;
-    const auto mix = [&](uint64_t a, uint64_t b) {
-        const uint64_t x = (a ^ b) * mul;
-        return x ^ (x >> 47);
-    };
-    const uint64_t u = 8 + ((p << 3) & 0xFFFFFFFFULL);
-    const uint64_t v = p >> 32;
-    return mix(v, mix(u, v)) * mul;
+uint64_t keyOf(const sp<GraphicBuffer>& buffer) {
+    return bufferKey(reinterpret_cast<uintptr_t>(buffer->getNativeBuffer()));
 }
 
 // With the debug lines, and without. Whatever the object does is compared, its construction first.
@@ -40,7 +32,7 @@ class TraceGLTest : public LibraryTest, public ::testing::WithParamInterface<boo
             words[name + "Height"] = std::to_string(buffer->getHeight());
             const auto native = reinterpret_cast<uintptr_t>(buffer->getNativeBuffer());
             words[name + "Buffer"] = std::to_string(native);
-            words[name + "Key"] = std::to_string(bufferKey(buffer));
+            words[name + "Key"] = std::to_string(keyOf(buffer));
         }
         construct();
     }
@@ -49,14 +41,12 @@ class TraceGLTest : public LibraryTest, public ::testing::WithParamInterface<boo
         upscaler.reset();
         trace.clear();
         upscaler.emplace();
-        expect("include construction");
+        expect(construction());
     }
 
     // What has been traced since the last time.
-    void expect(const std::string& script) {
-        std::map<std::string, std::string> parameters;
-        if (GetParam()) parameters["debug"] = "";
-        EXPECT_TRUE(follows(trace, scriptOf(script, parameters), words)) << script;
+    void expect(const Script& script) {
+        EXPECT_TRUE(follows(trace, GetParam() ? script : script.quiet(), words));
         trace.clear();
     }
 
@@ -76,36 +66,37 @@ TEST_P(TraceGLTest, Construction) {
 
 TEST_P(TraceGLTest, SecondInitOpenGlRepeatsTheQuadAndMakesWhatHasNoName) {
     (*upscaler)->initOpenGL();
-    expect("| >> initOpenGL\ninclude quad");
-    float quad[24];
-    const void* stored = glMapBufferRange(GL_ARRAY_BUFFER, 0, sizeof(quad), GL_MAP_READ_BIT);
+    expect(Script("| >> initOpenGL") + quad());
+    float vertices[24];
+    const void* stored = glMapBufferRange(GL_ARRAY_BUFFER, 0, sizeof(vertices), GL_MAP_READ_BIT);
     ASSERT_NE(stored, nullptr);
-    std::memcpy(quad, stored, sizeof(quad));
+    std::memcpy(vertices, stored, sizeof(vertices));
     glUnmapBuffer(GL_ARRAY_BUFFER);
-    EXPECT_THAT(quad, ElementsAre(-1, 1, 0, 1, -1, -1, 0, 0, 1, -1, 1, 0, -1, 1, 0, 1, 1, -1, 1, 0,
-                                  1, 1, 1, 1));
+    EXPECT_THAT(vertices, ElementsAre(-1, 1, 0, 1, -1, -1, 0, 0, 1, -1, 1, 0, -1, 1, 0, 1, 1, -1, 1,
+                                      0, 1, 1, 1, 1));
 
     UpscalerPeer::forgetNames(**upscaler);
     (*upscaler)->initOpenGL();
-    expect("| >> initOpenGL\ninclude objects\ninclude quad");
+    expect(Script("| >> initOpenGL") + objects() + quad());
 }
 
 TEST_P(TraceGLTest, Operations) {
     for (const OperationRow& row : operations()) {
+        const ExpectedOperation& expected = expectedOf(row.name);
         construct();
-        for (const std::string cache : {"miss", "hit"}) {
-            SCOPED_TRACE(row.name + " on a " + cache);
-            ((**upscaler).*row.call)(src, dst, row.sharpness, &fence);
-            EXPECT_EQ(trace.count("atrace_get_enabled_tags"), row.traceQueries);
+        for (const bool isHit : {false, true}) {
+            SCOPED_TRACE(row.name + (isHit ? " on a hit" : " on a miss"));
+            ((**upscaler).*row.call)(src, dst, expected.sharpness, &fence);
+            EXPECT_EQ(trace.count("atrace_get_enabled_tags"), expected.traceQueries);
             EXPECT_EQ(trace.count("atrace_end_body"), 0u);
             for (const GlCall& call : trace.named("glGetUniformLocation")) {
                 // Not read, but a driver may keep it.
                 const bool unread = row.name == "casSharpen" && call.arguments[1] == "\"Const0\"";
                 EXPECT_TRUE(unread || call.result != "-1") << call.text();
             }
-            expect("include " + row.name + " " + cache);
+            expect(expected.script(isHit));
             for (const sp<GraphicBuffer>& buffer : {src, dst})
-                EXPECT_EQ(UpscalerPeer::textures(**upscaler).count(bufferKey(buffer)), 1u);
+                EXPECT_EQ(UpscalerPeer::textures(**upscaler).count(keyOf(buffer)), 1u);
         }
     }
 }
@@ -113,18 +104,18 @@ TEST_P(TraceGLTest, Operations) {
 TEST_P(TraceGLTest, Teardown) {
     (*upscaler)->fsrResize(src, dst, 2.0f, &fence);
     ASSERT_EQ(fence->wait(10000), OK);
-    expect("include fsrResize miss");
+    expect(expectedOf("fsrResize").script(false));
     size_t i = 0;
     for (const auto& entry : UpscalerPeer::textures(**upscaler))
         words["cached" + std::to_string(i++)] = std::to_string(entry.second);
     (*upscaler)->clearOpenGLResources();
-    expect("include clear two");
+    expect(clear(true));
     (*upscaler)->clearOpenGLResources();  // Again, with the stale names.
-    expect("include clear");
+    expect(clear(false));
     (*upscaler)->destroyEGL();
-    expect("include destroy made");
+    expect(destroy(true));
     (*upscaler)->destroyEGL();
-    expect("include destroy");
+    expect(destroy(false));
 }
 
 TEST_P(TraceGLTest, DestructorAndResizeBufferTouchNothing) {
@@ -137,7 +128,7 @@ TEST_P(TraceGLTest, DestructorAndResizeBufferTouchNothing) {
     other->resizeBuffer(src, dst);
     EXPECT_THAT(trace.calls(), IsEmpty());
     other.reset();
-    expect("| >> ~Upscaler\n| << ~Upscaler");
+    expect(Script("| >> ~Upscaler\n| << ~Upscaler"));
 }
 
 }  // namespace

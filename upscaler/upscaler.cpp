@@ -5,10 +5,13 @@
 #include <utils/Trace.h>
 
 #include <optional>
+#include <string>
 
+#include "upscaler/buffer_key.h"
 #include "upscaler/constants.h"
 #include "upscaler/gfx/gl_check.h"
 #include "upscaler/gfx/log.h"
+#include "upscaler/operations.h"
 #include "upscaler/shaders/shaders.h"
 
 namespace android {
@@ -24,29 +27,23 @@ uint32_t lowBits(const void* handle) {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(handle));
 }
 
-// The platform library's hash of an 8-byte pointer, written out so that the keys in the log are the
-// same everywhere. Arithmetic modulo 2^64 is meant.
-#if defined(__clang__)
-__attribute__((no_sanitize("unsigned-integer-overflow")))
-#endif
-uint64_t
-bufferKey(const void* clientBuffer) {
-    constexpr uint64_t kMul = 0x9ddfea08eb382d69;
-    const uint64_t p = reinterpret_cast<uintptr_t>(clientBuffer);
-    const uint64_t u = 8 + (static_cast<uint32_t>(p) << 3);
-    const uint64_t v = p >> 32;
-    uint64_t x = (u ^ v) * kMul;
-    x ^= x >> 47;
-    uint64_t y = (v ^ x) * kMul;
-    y ^= y >> 47;
-    return y * kMul;
-}
+// The names of the uniforms, made once. They are never freed: a client may call an operation as
+// late as from the destructor of a static object of its own.
+struct UniformNames {
+    const std::string screenTexture = "screenTexture";
+    const std::string sizeInfo = "SizeInfo";
+    const std::string easu[4] = {"vec4_0", "vec4_1", "vec4_2", "vec4_3"};
+    const std::string sharpness = "sharpness";
+    const std::string const0 = "Const0";
+    const std::string const1 = "Const1";
+};
+const UniformNames& kNames = *new UniformNames;
 
-void sendVector(const GfxShader& shader, const char* name, const std::vector<float>& v) {
+void sendVector(const GfxShader& shader, const std::string& name, const std::vector<float>& v) {
     shader.setVec4(name, v[0], v[1], v[2], v[3]);
 }
 
-void sendVector(const GfxShader& shader, const char* name, const std::vector<uint32_t>& v) {
+void sendVector(const GfxShader& shader, const std::string& name, const std::vector<uint32_t>& v) {
     shader.setUvec4(name, v[0], v[1], v[2], v[3]);
 }
 
@@ -65,6 +62,7 @@ struct Upscaler::Call {
     float sharpness;
     uint32_t srcTexture, dstTexture;
     uint32_t srcWidth, srcHeight, dstWidth, dstHeight;
+    float rcasScale;  // worked out by the pass that sends it
 };
 
 // A member that holds a GL name, with the word that the log has for it.
@@ -93,8 +91,10 @@ struct Upscaler::Target {
 
 // What a pass sends to its program besides the sampler.
 struct Upscaler::Uniforms {
+    // Works the constants out, before the program is in use.
+    void (*compute)(Upscaler&, Call&, const Uniforms&);
     // In the order in which traces show them.
-    void (*send)(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    void (*send)(const Upscaler&, const GfxShader&, const Call&, const Uniforms&);
     const Extent* inputSize;   // what they are told of the input; the output is the destination
     const CasRange* casRange;  // null but for CAS
 };
@@ -110,7 +110,7 @@ struct Upscaler::Pass {
 
 // One operation. What all operations have in common is in run().
 struct Upscaler::Operation {
-    enum class Flush { BeforeDup, AfterFence };
+    enum class Flush { BEFORE_DUP, AFTER_FENCE };
 
     const char* name;
     const Pass* passes[3];   // in order; null where there is none
@@ -139,15 +139,19 @@ struct Upscaler::Table {
     static constexpr CasRange kCasRange  = {1.0f, 5.0f, 8.0f};
     static constexpr CasRange kCastRange = {20.0f, 75.0f, 120.0f};  // reaches further, on purpose
 
-    static void sendEasu(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
-    static void sendRcas(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
-    static void sendCas(Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    static void computeEasu(Upscaler&, Call&, const Uniforms&);
+    static void computeRcas(Upscaler&, Call&, const Uniforms&);
+    static void computeCas(Upscaler&, Call&, const Uniforms&);
+    static void sendSizes(const GfxShader&, const Call&, const Uniforms&);
+    static void sendEasu(const Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    static void sendRcas(const Upscaler&, const GfxShader&, const Call&, const Uniforms&);
+    static void sendCas(const Upscaler&, const GfxShader&, const Call&, const Uniforms&);
 
-    static constexpr Uniforms kEasuUniforms       = {sendEasu, &kSrc, nullptr};
-    static constexpr Uniforms kRcasUniforms       = {sendRcas, &kSrc, nullptr};
-    static constexpr Uniforms kCasSharpenUniforms = {sendCas,  &kDst, &kCasRange};
-    static constexpr Uniforms kCasUniforms        = {sendCas,  &kSrc, &kCasRange};
-    static constexpr Uniforms kCastUniforms       = {sendCas,  &kSrc, &kCastRange};
+    static constexpr Uniforms kEasuUniforms       = {computeEasu, sendEasu, &kSrc, nullptr};
+    static constexpr Uniforms kRcasUniforms       = {computeRcas, sendRcas, &kSrc, nullptr};
+    static constexpr Uniforms kCasSharpenUniforms = {computeCas,  sendCas,  &kDst, &kCasRange};
+    static constexpr Uniforms kCasUniforms        = {computeCas,  sendCas,  &kSrc, &kCasRange};
+    static constexpr Uniforms kCastUniforms       = {computeCas,  sendCas,  &kSrc, &kCastRange};
 
     //                                        program                               input          target        size   uniforms
     static constexpr Pass kCopyPass        = {&Upscaler::mCopyShaderP,              nullptr,       &kCopyTarget, &kSrc, nullptr};
@@ -161,89 +165,80 @@ struct Upscaler::Table {
     static constexpr Pass kCasVUpscalePass = {&Upscaler::mCasVUpscaleFloatShaderP,  &kCopyTexture, &kDstTarget,  &kDst, &kCasUniforms};
     static constexpr Pass kCasTUpscalePass = {&Upscaler::mCasTUpscaleShaderP,       &kCopyTexture, &kDstTarget,  &kDst, &kCastUniforms};
 
-    static constexpr auto kBeforeDup = Operation::Flush::BeforeDup;
-    static constexpr auto kAfterFence = Operation::Flush::AfterFence;
+    static constexpr auto kBeforeDup = Operation::Flush::BEFORE_DUP;
+    static constexpr auto kAfterFence = Operation::Flush::AFTER_FENCE;
 
-    // casResize deletes a texture that it never makes, under whatever name the last fsrResize or neaResize
-    // has left in the member: kept, and told to clients in the class comment.
+    // A row is named like its function. casResize deletes a texture that it never makes, under whatever name the
+    // last fsrResize or neaResize has left in the member: kept, and told to clients in the class comment.
     //  name           passes                                   clears traces magnification     flush        deletes
-    static constexpr Operation kFsrResize = {
+    static constexpr Operation fsrResize = {
         "fsrResize",   {&kCopyPass, &kEasuPass, &kRcasPass},    true,  true,  ENUM(GL_LINEAR),  kBeforeDup,  {&kEasuTexture, &kCopyTexture}};
-    static constexpr Operation kNeaResize = {
+    static constexpr Operation neaResize = {
         "neaResize",   {&kCopyPass, &kNearestPass, &kRcasPass}, false, false, ENUM(GL_NEAREST), kAfterFence, {&kEasuTexture, &kCopyTexture}};
-    static constexpr Operation kCasSharpen = {
+    static constexpr Operation casSharpen = {
         "casSharpen",  {&kCopyAtDstPass, &kCasSharpenPass},     false, false, ENUM(GL_LINEAR),  kAfterFence, {&kCopyTexture}};
-    static constexpr Operation kCasResize = {
+    static constexpr Operation casResize = {
         "casResize",   {&kCopyPass, &kCasUpscalePass},          false, false, ENUM(GL_NEAREST), kAfterFence, {&kEasuTexture, &kCopyTexture}};
-    static constexpr Operation kCasvUpscale = {
+    static constexpr Operation casvUpscale = {
         "casvUpscale", {&kHsvCopyPass, &kCasVUpscalePass},      false, false, ENUM(GL_NEAREST), kAfterFence, {&kCopyTexture}};
-    static constexpr Operation kCasTUpscale = {
+    static constexpr Operation casTUpscale = {
         "casTUpscale", {&kCopyPass, &kCasTUpscalePass},         false, false, ENUM(GL_NEAREST), kAfterFence, {&kCopyTexture}};
 #undef NAME
 #undef ENUM
 };
 // clang-format on
 
-void Upscaler::Table::sendEasu(Upscaler& self, const GfxShader& shader, const Call& call,
-                               const Uniforms& uniforms) {
-    const Size in = uniforms.inputSize->of(call);
-    const Size out = kDst.of(call);
-    setEasuConstants(in, out, self.mEasuCon0, self.mEasuCon1, self.mEasuCon2, self.mEasuCon3);
-    sendVector(shader, "vec4_0", self.mEasuCon0);
-    sendVector(shader, "vec4_1", self.mEasuCon1);
-    sendVector(shader, "vec4_2", self.mEasuCon2);
-    sendVector(shader, "vec4_3", self.mEasuCon3);
-    shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
+void Upscaler::Table::computeEasu(Upscaler& self, Call& call, const Uniforms& uniforms) {
+    setEasuConstants(uniforms.inputSize->of(call), kDst.of(call), self.mEasuCon0, self.mEasuCon1,
+                     self.mEasuCon2, self.mEasuCon3);
 }
 
-void Upscaler::Table::sendRcas(Upscaler&, const GfxShader& shader, const Call& call,
-                               const Uniforms& uniforms) {
-    const Size in = uniforms.inputSize->of(call);
-    const Size out = kDst.of(call);
-    shader.setFloat("sharpness", rcasScale(call.sharpness));
-    shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
+void Upscaler::Table::computeRcas(Upscaler&, Call& call, const Uniforms&) {
+    call.rcasScale = rcasScale(call.sharpness);
 }
 
-void Upscaler::Table::sendCas(Upscaler& self, const GfxShader& shader, const Call& call,
+void Upscaler::Table::computeCas(Upscaler& self, Call& call, const Uniforms& uniforms) {
+    setCasConstants(call.sharpness, *uniforms.casRange, uniforms.inputSize->of(call), kDst.of(call),
+                    self.mCasConst0, self.mCasConst1);
+}
+
+void Upscaler::Table::sendSizes(const GfxShader& shader, const Call& call,
+                                const Uniforms& uniforms) {
+    const Size in = uniforms.inputSize->of(call);
+    const Size out = kDst.of(call);
+    shader.setVec4(kNames.sizeInfo, in.width, in.height, out.width, out.height);
+}
+
+void Upscaler::Table::sendEasu(const Upscaler& self, const GfxShader& shader, const Call& call,
+                               const Uniforms& uniforms) {
+    sendVector(shader, kNames.easu[0], self.mEasuCon0);
+    sendVector(shader, kNames.easu[1], self.mEasuCon1);
+    sendVector(shader, kNames.easu[2], self.mEasuCon2);
+    sendVector(shader, kNames.easu[3], self.mEasuCon3);
+    sendSizes(shader, call, uniforms);
+}
+
+void Upscaler::Table::sendRcas(const Upscaler&, const GfxShader& shader, const Call& call,
+                               const Uniforms& uniforms) {
+    shader.setFloat(kNames.sharpness, call.rcasScale);
+    sendSizes(shader, call, uniforms);
+}
+
+void Upscaler::Table::sendCas(const Upscaler& self, const GfxShader& shader, const Call& call,
                               const Uniforms& uniforms) {
-    const Size in = uniforms.inputSize->of(call);
-    const Size out = kDst.of(call);
-    setCasConstants(call.sharpness, *uniforms.casRange, in, out, self.mCasConst0, self.mCasConst1);
-    shader.setVec4("SizeInfo", in.width, in.height, out.width, out.height);
+    sendSizes(shader, call, uniforms);
     // The filter without scaling does not read Const0; it is sent all the same, and traces show it.
-    sendVector(shader, "Const0", self.mCasConst0);
-    sendVector(shader, "Const1", self.mCasConst1);
+    sendVector(shader, kNames.const0, self.mCasConst0);
+    sendVector(shader, kNames.const1, self.mCasConst1);
 }
 
-void Upscaler::fsrResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                         sp<Fence>* fence) {
-    run(Table::kFsrResize, src, dst, sharpness, fence);
-}
-
-void Upscaler::neaResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                         sp<Fence>* fence) {
-    run(Table::kNeaResize, src, dst, sharpness, fence);
-}
-
-void Upscaler::casSharpen(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                          sp<Fence>* fence) {
-    run(Table::kCasSharpen, src, dst, sharpness, fence);
-}
-
-void Upscaler::casResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                         sp<Fence>* fence) {
-    run(Table::kCasResize, src, dst, sharpness, fence);
-}
-
-void Upscaler::casvUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                           sp<Fence>* fence) {
-    run(Table::kCasvUpscale, src, dst, sharpness, fence);
-}
-
-void Upscaler::casTUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
-                           sp<Fence>* fence) {
-    run(Table::kCasTUpscale, src, dst, sharpness, fence);
-}
+#define DEFINE_OPERATION(name)                                                           \
+    void Upscaler::name(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness, \
+                        sp<Fence>* fence) {                                              \
+        run(Table::name, src, dst, sharpness, fence);                                    \
+    }
+UPSCALER_OPERATIONS(DEFINE_OPERATION)
+#undef DEFINE_OPERATION
 
 // ---- The frame and the pass that the operations share ----
 
@@ -286,17 +281,17 @@ void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<Graphi
     if (sync == EGL_NO_SYNC_KHR) UPS_LOGD("syncForReleaseLocked: error creating EGL fence: %#x", eglGetError());
 
     traceStep(1, "flush");
-    if (operation.flush == Operation::Flush::BeforeDup) GL_CHECK(glFlush());
+    if (operation.flush == Operation::Flush::BEFORE_DUP) GL_CHECK(glFlush());
 
     traceStep(2, "dupFence");
     const int fenceFd = eglDupNativeFenceFDANDROID(mEGLDisplay, sync);
     if (mEglDestroySyncKHR != nullptr) mEglDestroySyncKHR(mEGLDisplay, sync);
     if (fenceFd == EGL_NO_NATIVE_FENCE_FD_ANDROID)
         UPS_LOGD("syncForReleaseLocked: error dup'ing native fence fd: %#x", eglGetError());
-    *fence = new Fence(fenceFd);
+    *fence = sp<Fence>(new Fence(fenceFd));
 
     // Kept behind the fence in five operations: the order in which traces show them.
-    if (operation.flush == Operation::Flush::AfterFence) GL_CHECK(glFlush());
+    if (operation.flush == Operation::Flush::AFTER_FENCE) GL_CHECK(glFlush());
 
     traceStep(3, "deleteTextures");
     for (const Name* texture : operation.deletes) {
@@ -306,12 +301,13 @@ void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<Graphi
     UPS_LOGD("<< %s", operation.name);
 }
 
-void Upscaler::draw(const Operation& operation, const Pass& pass, const Call& call) {
+void Upscaler::draw(const Operation& operation, const Pass& pass, Call& call) {
     const Name* const intermediate = pass.target->texture;
     if (intermediate == nullptr) UPS_LOGD("%s: sharpness: %f", operation.name, static_cast<double>(call.sharpness));
+    if (pass.uniforms != nullptr) pass.uniforms->compute(*this, call, *pass.uniforms);
     const GfxShader& shader = *(this->*pass.program);
     shader.use();
-    shader.setInt("screenTexture", 0);
+    shader.setInt(kNames.screenTexture, 0);
     if (pass.uniforms != nullptr) pass.uniforms->send(*this, shader, call, *pass.uniforms);
 
     const auto width = static_cast<GLsizei>(call.*pass.size->width);
@@ -365,7 +361,7 @@ void Upscaler::get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& 
 
     // The role of the buffer is not part of the key: a buffer has one texture, whatever it is bound to.
     EGLClientBuffer clientBuffer = buffer->getNativeBuffer();
-    const uint64_t key = bufferKey(clientBuffer);
+    const uint64_t key = bufferKey(reinterpret_cast<uintptr_t>(clientBuffer));
     UPS_LOGD("%s: clientBuffer = %p, client buffer to hash=%llu", __func__, clientBuffer,
              static_cast<unsigned long long>(key));
 

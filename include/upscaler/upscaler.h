@@ -231,9 +231,10 @@ class Upscaler {
     void get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& image, BufferType type);
     void run(const Operation& operation, sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst,
              float sharpness, sp<Fence>* fence);
-    void draw(const Operation& operation, const Pass& pass, const Call& call);
+    void draw(const Operation& operation, const Pass& pass, Call& call);
 
-    [[maybe_unused]] uint32_t mReserved = 0;
+    // Nothing reads the members marked "for layout": they keep the others where clients have them.
+    [[maybe_unused]] uint32_t mReserved = 0;  // for layout
     std::vector<float> mQuadVertices;
     uint32_t mQuadVAO = 0;
     uint32_t mQuadVBO = 0;
@@ -253,7 +254,7 @@ class Upscaler {
     uint32_t mFrameBufferEasu = 0;
     uint32_t mTextureColorEasu = 0;
     uint32_t mFrameBufferRcas = 0;
-    [[maybe_unused]] bool mReadyFlag = true;
+    [[maybe_unused]] bool mReadyFlag = true;  // for layout
 
     PFNGLEGLIMAGETARGETTEXTURE2DOESPROC mEGLImageTargetTexture2DOES = nullptr;
     PFNEGLCREATEIMAGEKHRPROC mEglCreateImageKHR = nullptr;
@@ -263,25 +264,25 @@ class Upscaler {
     EGLint mImageAttribs[3] = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE};
     PFNEGLCREATESYNCKHRPROC mEglCreateSyncKHR = nullptr;
     PFNEGLDESTROYSYNCKHRPROC mEglDestroySyncKHR = nullptr;
-    PFNEGLWAITSYNCKHRPROC mEglWaitSyncKHR = nullptr;
-    [[maybe_unused]] void* mReservedPointer = nullptr;
+    PFNEGLWAITSYNCKHRPROC mEglWaitSyncKHR = nullptr;    // for layout
+    [[maybe_unused]] void* mReservedPointer = nullptr;  // for layout
 
     // Texture by native buffer, and the images behind them; both only grow until cleared.
     std::unordered_map<uint64_t, uint32_t> mTextureMap;
     std::list<void*> mEglImageList;
-    std::unordered_map<uint64_t, std::pair<uint32_t, void*>> mTextureImageMap;
+    std::unordered_map<uint64_t, std::pair<uint32_t, void*>> mTextureImageMap;  // for layout
 
     // Four elements each, for the life of the object.
     std::vector<float> mEasuCon0;
     std::vector<float> mEasuCon1;
     std::vector<float> mEasuCon2;
     std::vector<float> mEasuCon3;
-    std::vector<uint32_t> mSpareCon;
+    std::vector<uint32_t> mSpareCon;  // for layout
     std::vector<uint32_t> mCasConst0;
     std::vector<uint32_t> mCasConst1;
 
-    std::mutex mMutex;
-    sp<GraphicBuffer> mHeldBuffer;
+    std::mutex mMutex;              // for layout
+    sp<GraphicBuffer> mHeldBuffer;  // for layout
 };
 
 }  // namespace android

@@ -29,12 +29,17 @@ flags=$(strings libupscaler_defaults cflags; strings libupscaler_defaults cppfla
 sources() { # MODULE
     strings "$1" srcs | while read -r pattern; do printf '%s\n' $pattern; done
 }
+# Newer trees can switch off that a plain pointer becomes an sp by itself; older headers are changed to the same end.
+mkdir -p "$work/include/utils"
+sed -E 's/ sp\([TU]\* other\);/ explicit&/; s/sp& operator = \([TU]\* other\);/[[deprecated]] &/' \
+    /usr/include/android/utils/StrongPointer.h >"$work/include/utils/StrongPointer.h"
+explicit=(-I"$work/include" -DANDROID_UTILS_REF_BASE_DISABLE_IMPLICIT_CONSTRUCTION)
 for target in aarch64-linux-gnu x86_64-linux-gnu; do
     compile=(clang++ --target=$target -std=c++17 -stdlib=libc++ -fno-rtti -fPIC $flags -I. -Iinclude
         -isystem tests/android/include -isystem /usr/include/android -idirafter /usr/$target/include)
     mkdir "$work/$target"
     for source in $(sources libupscaler); do
-        "${compile[@]}" $(strings libupscaler cflags) -MD -c "$source" \
+        "${compile[@]}" "${explicit[@]}" $(strings libupscaler cflags) -MD -c "$source" \
             -o "$work/$target/$(basename "$source" .cpp).o"
     done
     ! grep -HE '(^| |/)host/' "$work/$target/"*.d || { echo "The library reads a header of host/" >&2; exit 1; }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sequences of calls as the bytes have them, valid or not. An operation may do nothing worse than
-// log: without a buffer it leaves the fence alone, and else gives one that ends.
+// log: without a buffer it leaves the fence alone, and otherwise gives one that ends.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdlib>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/fixture.h"
+#include "support/operations.h"
 
 namespace android {
 namespace {
@@ -16,10 +17,6 @@ constexpr PixelFormat kFormats[] = {PIXEL_FORMAT_RGBA_8888, PIXEL_FORMAT_RGBX_88
                                     PIXEL_FORMAT_BGRA_8888, PIXEL_FORMAT_RGB_888,
                                     PIXEL_FORMAT_RGB_565,   PIXEL_FORMAT_RGBA_1010102,
                                     PIXEL_FORMAT_RGBA_FP16, PIXEL_FORMAT_UNKNOWN};
-
-constexpr decltype(&Upscaler::fsrResize) kOperations[] = {
-        &Upscaler::fsrResize, &Upscaler::neaResize,   &Upscaler::casSharpen,
-        &Upscaler::casResize, &Upscaler::casvUpscale, &Upscaler::casTUpscale};
 
 void play(FuzzedDataProvider& bytes) {
     // Construction is dear, so inputs share an object; its cache never forgets, so not for ever.
@@ -49,8 +46,9 @@ void play(FuzzedDataProvider& bytes) {
             sp<GraphicBuffer> src = any();
             sp<GraphicBuffer> dst = any();
             const sp<Fence> before = fence;
-            const auto operation = bytes.PickValueInArray(kOperations);
-            ((**upscaler).*operation)(src, dst, bytes.ConsumeFloatingPoint<float>(), &fence);
+            const auto& rows = test::operations();
+            const size_t row = bytes.ConsumeIntegralInRange<size_t>(0, rows.size() - 1);
+            ((**upscaler).*rows[row].call)(src, dst, bytes.ConsumeFloatingPoint<float>(), &fence);
             const bool complete = src != nullptr && dst != nullptr;
             if ((fence != before) != complete) abort();
             if (fence->wait(60000) != NO_ERROR) abort();

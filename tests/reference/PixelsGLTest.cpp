@@ -208,7 +208,7 @@ class PixelsGLTest : public testing::TestWithParam<Operation> {
         // What an earlier call drew cannot pass.
         android::test::fill(frame.output, 0x21374d63);
 
-        sp<Fence> fence = new Fence();
+        sp<Fence> fence(new Fence());
         ((*mUpscaler).*GetParam().call)(frame.input, frame.output, sharpness, &fence);
         EXPECT_TRUE(fence->isValid());
         EXPECT_EQ(fence->wait(10'000), android::NO_ERROR);

@@ -56,7 +56,7 @@ class OwnedUpscaler {
     std::unique_ptr<Upscaler> mUpscaler;
 };
 
-// The uniforms of the scripts are those of such a source and destination.
+// The sizes of a test's source and destination; the scripts have the uniforms for them.
 constexpr uint32_t kSrcWidth = 24, kSrcHeight = 16, kDstWidth = 48, kDstHeight = 64;
 
 // A test of the library, without debug lines unless it asks for them.

@@ -8,11 +8,13 @@
 #include <GLES2/gl2ext.h>
 #include <dlfcn.h>
 
+#include <cfenv>
 #include <cstring>
 #include <iomanip>
 #include <sstream>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 
 namespace android::test {
 namespace {
@@ -26,16 +28,61 @@ struct Nested {
     ~Nested() { --tDepth; }
 };
 
+// An argument that is a constant of GL or EGL.
+struct Enum {
+    GLenum value;
+    operator GLenum() const { return value; }
+};
+
+#define NAMED(constant) \
+    { constant, #constant }
+// Those that the library uses. Values do not repeat.
+constexpr std::pair<GLenum, const char*> kConstants[] = {NAMED(GL_FALSE),
+                                                         NAMED(GL_TRUE),
+                                                         NAMED(GL_TRIANGLES),
+                                                         NAMED(GL_COLOR_BUFFER_BIT),
+                                                         NAMED(GL_DEPTH_TEST),
+                                                         NAMED(GL_TEXTURE_2D),
+                                                         NAMED(GL_UNSIGNED_BYTE),
+                                                         NAMED(GL_FLOAT),
+                                                         NAMED(GL_RGB),
+                                                         NAMED(GL_VERSION),
+                                                         NAMED(GL_NEAREST),
+                                                         NAMED(GL_LINEAR),
+                                                         NAMED(GL_TEXTURE_MAG_FILTER),
+                                                         NAMED(GL_TEXTURE_MIN_FILTER),
+                                                         NAMED(GL_ARRAY_BUFFER),
+                                                         NAMED(GL_STATIC_DRAW),
+                                                         NAMED(GL_FRAGMENT_SHADER),
+                                                         NAMED(GL_VERTEX_SHADER),
+                                                         NAMED(GL_COMPILE_STATUS),
+                                                         NAMED(GL_LINK_STATUS),
+                                                         NAMED(GL_INFO_LOG_LENGTH),
+                                                         NAMED(GL_COLOR_ATTACHMENT0),
+                                                         NAMED(GL_FRAMEBUFFER),
+                                                         NAMED(GL_TEXTURE_EXTERNAL_OES),
+                                                         NAMED(EGL_RENDERABLE_TYPE),
+                                                         NAMED(EGL_CONTEXT_CLIENT_VERSION),
+                                                         NAMED(EGL_IMAGE_PRESERVED_KHR),
+                                                         NAMED(EGL_NATIVE_BUFFER_ANDROID),
+                                                         NAMED(EGL_SYNC_NATIVE_FENCE_ANDROID)};
+#undef NAMED
+
 // As GlCall has it.
 template <typename T>
 std::string shown(T value) {
     std::ostringstream out;
     if constexpr (std::is_same_v<T, const char*>) {
         out << '"' << value << '"';
+    } else if constexpr (std::is_same_v<T, Enum>) {
+        for (const auto& [known, name] : kConstants) {
+            if (known == value) return name;
+        }
+        out << "0x" << std::hex << value.value;
     } else if constexpr (std::is_same_v<T, const EGLint*>) {
         if (value == nullptr) return "0";
         for (; *value != EGL_NONE; value += 2)
-            out << std::hex << "{" << value[0] << "=" << value[1] << "}";
+            out << "{" << shown(Enum{static_cast<GLenum>(value[0])}) << "=" << value[1] << "}";
     } else if constexpr (std::is_same_v<T, GLuint*> || std::is_same_v<T, const GLuint*> ||
                          std::is_same_v<T, EGLConfig*>) {
         return shown(*value);
@@ -60,6 +107,7 @@ template <typename Result, typename... Parameters, typename... Arguments>
 Result forward(const char* name, Result (*real)(Parameters...), intptr_t usualFailure,
                const std::tuple<Arguments...>& arguments) {
     GlTrace* const trace = tDepth == 0 ? GlTrace::active() : nullptr;
+    const bool followsArithmetic = trace != nullptr && GlTrace::takeArithmetic();
     std::optional<intptr_t> failure;
     if (trace != nullptr) failure = trace->failure(name, usualFailure);
     if (real == nullptr) failure = usualFailure;
@@ -72,7 +120,8 @@ Result forward(const char* name, Result (*real)(Parameters...), intptr_t usualFa
         const auto texts = [](auto... values) {
             return std::vector<std::string>{shown(values)...};
         };
-        trace->note({name, std::apply(texts, arguments), result});
+        trace->note({name, std::apply(texts, arguments), result, followsArithmetic});
+        GlTrace::takeArithmetic();  // The driver's own.
     };
     if constexpr (std::is_void_v<Result>) {
         make();
@@ -93,6 +142,7 @@ Function next(const char* name) {
 }  // namespace
 
 GlTrace::GlTrace() {
+    takeArithmetic();
     tActive = this;
 }
 GlTrace::~GlTrace() {
@@ -102,11 +152,24 @@ GlTrace* GlTrace::active() {
     return tActive;
 }
 
+bool GlTrace::takeArithmetic() {
+    const bool was = std::fetestexcept(FE_INEXACT) != 0;
+    std::feclearexcept(FE_INEXACT);
+    return was;
+}
+
 std::string GlCall::text() const {
     std::string list;
     for (const std::string& argument : arguments)
         list += (list.empty() ? "" : ", ") + argument;
     return name + "(" + list + ")";
+}
+
+std::string lines(const std::vector<std::string>& texts) {
+    std::string joined;
+    for (const std::string& text : texts)
+        joined += text + "\n";
+    return joined;
 }
 
 std::vector<GlCall> GlTrace::named(const std::string& name) const {
@@ -141,6 +204,7 @@ std::optional<intptr_t> GlTrace::failure(const std::string& name, intptr_t usual
 
 }  // namespace android::test
 
+using android::test::Enum;
 using android::test::forward;
 using android::test::GlTrace;
 using android::test::next;
@@ -162,16 +226,16 @@ using android::test::next;
 
 // clang-format off
 HOOK(GLenum, glGetError, (void), ())
-HOOK(const GLubyte*, glGetString, (GLenum name), (name))
-HOOK(GLuint, glCreateShader, (GLenum type), (type))
+HOOK(const GLubyte*, glGetString, (GLenum name), (Enum{name}))
+HOOK(GLuint, glCreateShader, (GLenum type), (Enum{type}))
 HOOK(void, glShaderSource, (GLuint shader, GLsizei count, const GLchar* const* string, const GLint* length), (shader, count, string, length))
 HOOK(void, glCompileShader, (GLuint shader), (shader))
-HOOK(void, glGetShaderiv, (GLuint shader, GLenum pname, GLint* params), (shader, pname, params))
+HOOK(void, glGetShaderiv, (GLuint shader, GLenum pname, GLint* params), (shader, Enum{pname}, params))
 HOOK(void, glGetShaderInfoLog, (GLuint shader, GLsizei size, GLsizei* length, GLchar* log), (shader, size, length, log))
 HOOK(GLuint, glCreateProgram, (void), ())
 HOOK(void, glAttachShader, (GLuint program, GLuint shader), (program, shader))
 HOOK(void, glLinkProgram, (GLuint program), (program))
-HOOK(void, glGetProgramiv, (GLuint program, GLenum pname, GLint* params), (program, pname, params))
+HOOK(void, glGetProgramiv, (GLuint program, GLenum pname, GLint* params), (program, Enum{pname}, params))
 HOOK(void, glGetProgramInfoLog, (GLuint program, GLsizei size, GLsizei* length, GLchar* log), (program, size, length, log))
 HOOK(void, glDeleteShader, (GLuint shader), (shader))
 HOOK(void, glUseProgram, (GLuint program), (program))
@@ -189,25 +253,25 @@ HOOK(void, glDeleteVertexArrays, (GLsizei n, const GLuint* names), (n, names))
 HOOK(void, glDeleteBuffers, (GLsizei n, const GLuint* names), (n, names))
 HOOK(void, glDeleteTextures, (GLsizei n, const GLuint* names), (n, names))
 HOOK(void, glBindVertexArray, (GLuint array), (array))
-HOOK(void, glBindBuffer, (GLenum target, GLuint buffer), (target, buffer))
-HOOK(void, glBufferData, (GLenum target, GLsizeiptr size, const void* data, GLenum usage), (target, size, data, usage))
+HOOK(void, glBindBuffer, (GLenum target, GLuint buffer), (Enum{target}, buffer))
+HOOK(void, glBufferData, (GLenum target, GLsizeiptr size, const void* data, GLenum usage), (Enum{target}, size, data, Enum{usage}))
 HOOK(void, glEnableVertexAttribArray, (GLuint index), (index))
-HOOK(void, glVertexAttribPointer, (GLuint index, GLint size, GLenum type, GLboolean normalized, GLsizei stride, const void* pointer), (index, size, type, normalized, stride, pointer))
-HOOK(void, glBindTexture, (GLenum target, GLuint texture), (target, texture))
-HOOK(void, glTexImage2D, (GLenum target, GLint level, GLint internalformat, GLsizei width, GLsizei height, GLint border, GLenum format, GLenum type, const void* pixels), (target, level, internalformat, width, height, border, format, type, pixels))
-HOOK(void, glTexParameteri, (GLenum target, GLenum pname, GLint param), (target, pname, param))
-HOOK(void, glBindFramebuffer, (GLenum target, GLuint framebuffer), (target, framebuffer))
-HOOK(void, glFramebufferTexture2D, (GLenum target, GLenum attachment, GLenum textarget, GLuint texture, GLint level), (target, attachment, textarget, texture, level))
+HOOK(void, glVertexAttribPointer, (GLuint index, GLint size, GLenum type, GLboolean normalized, GLsizei stride, const void* pointer), (index, size, Enum{type}, Enum{normalized}, stride, pointer))
+HOOK(void, glBindTexture, (GLenum target, GLuint texture), (Enum{target}, texture))
+HOOK(void, glTexImage2D, (GLenum target, GLint level, GLint internalformat, GLsizei width, GLsizei height, GLint border, GLenum format, GLenum type, const void* pixels), (Enum{target}, level, Enum{static_cast<GLenum>(internalformat)}, width, height, border, Enum{format}, Enum{type}, pixels))
+HOOK(void, glTexParameteri, (GLenum target, GLenum pname, GLint param), (Enum{target}, Enum{pname}, Enum{static_cast<GLenum>(param)}))
+HOOK(void, glBindFramebuffer, (GLenum target, GLuint framebuffer), (Enum{target}, framebuffer))
+HOOK(void, glFramebufferTexture2D, (GLenum target, GLenum attachment, GLenum textarget, GLuint texture, GLint level), (Enum{target}, Enum{attachment}, Enum{textarget}, texture, level))
 HOOK(void, glViewport, (GLint x, GLint y, GLsizei width, GLsizei height), (x, y, width, height))
-HOOK(void, glDisable, (GLenum cap), (cap))
+HOOK(void, glDisable, (GLenum cap), (Enum{cap}))
 HOOK(void, glClearColor, (GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha), (red, green, blue, alpha))
-HOOK(void, glClear, (GLbitfield mask), (mask))
-HOOK(void, glDrawArrays, (GLenum mode, GLint first, GLsizei count), (mode, first, count))
+HOOK(void, glClear, (GLbitfield mask), (Enum{mask}))
+HOOK(void, glDrawArrays, (GLenum mode, GLint first, GLsizei count), (Enum{mode}, first, count))
 HOOK(void, glFlush, (void), ())
 // Never to be seen.
 HOOK(void, glFinish, (void), ())
-HOOK(void, glActiveTexture, (GLenum texture), (texture))
-HOOK(GLenum, glClientWaitSync, (GLsync sync, GLbitfield flags, GLuint64 timeout), (sync, flags, timeout))
+HOOK(void, glActiveTexture, (GLenum texture), (Enum{texture}))
+HOOK(GLenum, glClientWaitSync, (GLsync sync, GLbitfield flags, GLuint64 timeout), (sync, Enum{flags}, timeout))
 HOOK(void, glDeleteProgram, (GLuint program), (program))
 
 HOOK(EGLBoolean, eglChooseConfig, (EGLDisplay dpy, const EGLint* attribs, EGLConfig* configs, EGLint size, EGLint* count), (dpy, attribs, configs, size, count))
@@ -237,10 +301,10 @@ static AnyFunction realEntryPoint(const char* name) {
 // Those that the library fetches by name: result, name, parameters, arguments
 // clang-format off
 #define FETCHED_FUNCTIONS(X) \
-    X(void, glEGLImageTargetTexture2DOES, (GLenum target, GLeglImageOES image), (target, image)) \
-    X(EGLImageKHR, eglCreateImageKHR, (EGLDisplay dpy, EGLContext context, EGLenum target, EGLClientBuffer buffer, const EGLint* attribs), (dpy, context, target, buffer, attribs)) \
+    X(void, glEGLImageTargetTexture2DOES, (GLenum target, GLeglImageOES image), (Enum{target}, image)) \
+    X(EGLImageKHR, eglCreateImageKHR, (EGLDisplay dpy, EGLContext context, EGLenum target, EGLClientBuffer buffer, const EGLint* attribs), (dpy, context, Enum{target}, buffer, attribs)) \
     X(EGLBoolean, eglDestroyImageKHR, (EGLDisplay dpy, EGLImageKHR image), (dpy, image)) \
-    X(EGLSyncKHR, eglCreateSyncKHR, (EGLDisplay dpy, EGLenum type, const EGLint* attribs), (dpy, type, attribs)) \
+    X(EGLSyncKHR, eglCreateSyncKHR, (EGLDisplay dpy, EGLenum type, const EGLint* attribs), (dpy, Enum{type}, attribs)) \
     X(EGLBoolean, eglDestroySyncKHR, (EGLDisplay dpy, EGLSyncKHR sync), (dpy, sync))
 // clang-format on
 

@@ -16,15 +16,22 @@
 
 namespace android::test {
 
-// Numbers in decimal, floats with all their digits, strings in quotes, {a=b} for attributes in
-// hexadecimal, and for a pointer to a name what stands there after the call.
+// Constants of GL and EGL by their names, other numbers in decimal, floats with all their digits,
+// strings in quotes, {name=value} for attributes, and for a pointer to a name what stands there
+// after the call.
 struct GlCall {
     std::string name;
     std::vector<std::string> arguments;
     std::string result;
+    // Whether an inexact calculation was made since the call before.
+    bool followsArithmetic = false;
 
     std::string text() const;
 };
+
+// One to a line. Where two such texts differ, GoogleTest shows all of it as a diff; of a vector it
+// shows the first 32.
+std::string lines(const std::vector<std::string>& texts);
 
 class GlTrace {
   public:
@@ -61,6 +68,8 @@ class GlTrace {
     static GlTrace* active();
     std::optional<intptr_t> failure(const std::string& name, intptr_t usual);
     void note(GlCall call) { mCalls.push_back(std::move(call)); }
+    // Tells about the arithmetic since the last time.
+    static bool takeArithmetic();
 
   private:
     struct Fault {

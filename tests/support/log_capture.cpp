@@ -16,7 +16,8 @@ int gCaptures = 0;
 
 void capture(const __android_logger_data* data, const char* message) {
     const std::lock_guard<std::mutex> lock(gMutex);
-    if (GlTrace::active() != nullptr) GlTrace::active()->note({"log", {message}, ""});
+    if (GlTrace* const trace = GlTrace::active(); trace != nullptr)
+        trace->note({"log", {message}, "", GlTrace::takeArithmetic()});
     gLines.push_back({data->priority, data->tag == nullptr ? "" : data->tag, message});
 }
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 #include <regex>
 #include <sstream>
@@ -11,30 +10,17 @@
 namespace android::test {
 namespace {
 
-const char kCheck[] = "glGetError()";
-
-// The numbers that the system's headers define.
-Words readConstants() {
-    const std::regex definition(R"(#define (E?GL_\w+) +(?:EGL_CAST\(\w+,)?(\d\w*)\)?)");
-    Words constants = {{"NULL", "0"}};
-    for (const char* header : {"EGL/egl.h", "EGL/eglext.h", "GLES2/gl2ext.h", "GLES3/gl32.h"}) {
-        std::ifstream file(std::string(GL_HEADER_FOLDER "/") + header);
-        std::smatch found;
-        for (std::string line; std::getline(file, line);) {
-            if (std::regex_match(line, found, definition))
-                constants[found[1]] = std::to_string(std::stoull(found[2], nullptr, 0));
-        }
-    }
-    return constants;
+bool isChecked(const std::string& line) {
+    static const std::regex checkedCall(R"((\w+ = )?gl\w+\(.*)");
+    return std::regex_match(line, checkedCall);
 }
 
 // In question marks if there is none.
 std::string valueOf(const std::string& word, const Words& words) {
-    static const Words constants = readConstants();
-    for (const Words* dictionary : {&words, &constants}) {
-        const auto found = dictionary->find(word);
-        if (found != dictionary->end()) return found->second;
-    }
+    const auto found = words.find(word);
+    if (found != words.end()) return found->second;
+    static const std::regex null(R"(NULL|EGL_NO_\w+|EGL_DEFAULT_DISPLAY)");
+    if (std::regex_match(word, null)) return "0";
     if (word.rfind("bits:", 0) == 0) {
         const float value = std::stof(word.substr(5));
         uint32_t bits;
@@ -42,7 +28,7 @@ std::string valueOf(const std::string& word, const Words& words) {
         return std::to_string(bits);
     }
     if (word.rfind("0x", 0) == 0) return std::to_string(std::stoul(word, nullptr, 16));
-    static const std::regex asItStands(R"([-\d"{*].*|)");
+    static const std::regex asItStands(R"([-\d"{*].*|E?GL_\w+|)");
     return std::regex_match(word, asItStands) ? word : "?" + word + "?";
 }
 
@@ -66,7 +52,7 @@ std::string lineNow(std::string line, const Words& words) {
 
 // A call, as the trace has it if that is what `call` is. What is made gives its word the value.
 std::string callNow(const std::string& line, const GlCall& call, Words& words) {
-    static const std::regex form(R"(!?(?:(\w+) = )?((?:gl|egl)(Delete)?\w+)\((.*)\))");
+    static const std::regex form(R"(\|?!?(?:(\w+) = )?((?:gl|egl)(Delete)?\w+)\((.*)\))");
     static const std::regex comma(", ");
     std::smatch found;
     EXPECT_TRUE(std::regex_match(line, found, form)) << line;
@@ -97,48 +83,38 @@ bool matches(const std::string& text, const std::string& pattern) {
 
 }  // namespace
 
-Script scriptOf(const std::string& text, const std::map<std::string, std::string>& parameters) {
-    static const std::regex parameter(R"(\$\{(\w+)\})");
-    static const std::regex checkedCall(R"((\w+ = )?gl\w+\(.*)");
-    Script script;
+Script::Script(const std::string& text, const Words& values) {
+    static const std::regex name(R"(\$\{(\w+)\})");
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        for (std::smatch found; std::regex_search(line, found, parameter);) {
-            const auto given = parameters.find(found[1]);
-            line = given == parameters.end()
-                           ? ""
-                           : found.prefix().str() + given->second + found.suffix().str();
-        }
-        const bool isLeftOut = line[0] == '|' && parameters.count("debug") == 0;
-        if (line.empty() || line[0] == '#' || isLeftOut) continue;
-        if (line.rfind("include ", 0) != 0) {
-            script.push_back(line);
-            if (std::regex_match(line, checkedCall)) script.push_back(kCheck);
-            continue;
-        }
-        std::istringstream words(line.substr(8));
-        std::string file, word;
-        words >> file;
-        auto given = parameters;
-        while (words >> word) {
-            const size_t equals = word.find('=');
-            given[word.substr(0, equals)] =
-                    equals == std::string::npos ? "" : word.substr(equals + 1);
-        }
-        std::ifstream source(SCRIPT_FOLDER "/" + file + ".txt");
-        EXPECT_TRUE(source) << file;
-        const std::string included(std::istreambuf_iterator<char>(source), {});
-        const Script steps = scriptOf(included, given);
-        script.insert(script.end(), steps.begin(), steps.end());
+        for (std::smatch found; std::regex_search(line, found, name);)
+            line = found.prefix().str() + values.at(found[1]) + found.suffix().str();
+        if (!line.empty()) mLines.push_back(line);
     }
-    return script;
 }
 
-Script checkedCalls(const Script& script) {
-    Script checked;
-    for (size_t i = 1; i < script.size(); ++i) {
-        if (script[i] == kCheck) checked.push_back(script[i - 1]);
+Script& Script::operator+=(const Script& more) {
+    mLines.insert(mLines.end(), more.mLines.begin(), more.mLines.end());
+    return *this;
+}
+
+size_t Script::count(const std::string& begin) const {
+    return static_cast<size_t>(
+            std::count_if(mLines.begin(), mLines.end(),
+                          [&](const std::string& line) { return line.rfind(begin, 0) == 0; }));
+}
+
+Script Script::quiet() const {
+    Script kept;
+    for (const std::string& line : mLines) {
+        if (line[0] != '|') kept.mLines.push_back(line);
     }
+    return kept;
+}
+
+std::vector<std::string> Script::checkedCalls() const {
+    std::vector<std::string> checked;
+    std::copy_if(mLines.begin(), mLines.end(), std::back_inserter(checked), isChecked);
     return checked;
 }
 
@@ -159,15 +135,20 @@ testing::AssertionResult follows(const GlTrace& trace, const Script& script, Wor
             failure << (i == at ? " -> " : "    ") << calls[i].text() << "\n";
         return failure;
     };
-    for (const std::string& line : script) {
+    for (const std::string& line : script.lines()) {
         if (line.rfind("let ", 0) == 0) {
             const size_t equals = line.find(" = ");
             words[line.substr(4, equals - 4)] = valueOf(line.substr(equals + 3), words);
             continue;
         }
-        const auto result = isNext(
-                line, line[0] == '|' ? lineNow(line, words) : callNow(line, calls[at], words));
+        const auto result =
+                isNext(line, line.rfind("| ", 0) == 0 ? lineNow(line, words)
+                                                      : callNow(line, calls[at], words));
         if (!result) return result;
+        ++at;
+        if (!isChecked(line)) continue;
+        const auto check = isNext("the check of " + line, "glGetError()");
+        if (!check) return check;
         ++at;
     }
     return isNext("nothing more", end.text());

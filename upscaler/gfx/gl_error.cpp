@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
+#include <new>
 
 #include "upscaler/gfx/gl_check.h"
 #include "upscaler/gfx/log.h"
@@ -29,6 +31,25 @@ const char* errorName(GLenum error) {
     }
 }
 
+void logGlError(GLenum error, const char* path, int line, const char* call) {
+    constexpr char kFormat[] = "glGetError failed %s: %d: %s failed: %s \n";
+    // __android_log_print cuts a line there, __android_log_write does not.
+    constexpr int kPrintLimit = 1023;
+    const char* const name = errorName(error);
+    const int length = snprintf(nullptr, 0, kFormat, path, line, call, name);
+    if (length > kPrintLimit) {
+        const size_t size = static_cast<size_t>(length) + 1;
+        const std::unique_ptr<char[]> text(new (std::nothrow) char[size]);
+        if (text != nullptr) {
+            snprintf(text.get(), size, kFormat, path, line, call, name);
+            __android_log_write(ANDROID_LOG_ERROR, kLogTag, text.get());
+            return;
+        }
+        // Without memory, what fits.
+    }
+    UPS_LOGE(kFormat, path, line, call, name);
+}
+
 }  // namespace
 
 const char* opengl_errno_name(unsigned int error) {
@@ -37,16 +58,16 @@ const char* opengl_errno_name(unsigned int error) {
 
 void opengl_check_error(const char* path, int line, const char* call) {
     const GLenum error = glGetError();
-    if (error != GL_NO_ERROR) reportGlError(error, path, line, "%s", call);
+    if (error != GL_NO_ERROR) logGlError(error, path, line, call);
 }
 
 void reportGlError(GLenum error, const char* path, int line, const char* textFormat, ...) {
-    char call[512];
+    char call[512];  // More than the longest text of the library's own calls.
     va_list arguments;
     va_start(arguments, textFormat);
     vsnprintf(call, sizeof(call), textFormat, arguments);
     va_end(arguments);
-    UPS_LOGE("glGetError failed %s: %d: %s failed: %s \n", path, line, call, errorName(error));
+    logGlError(error, path, line, call);
 }
 
 }  // namespace android
