@@ -89,4 +89,36 @@ Fence::Status Fence::getStatus() {
     }
 }
 
+size_t Fence::getFlattenedSize() const {
+    return sizeof(uint32_t);
+}
+
+size_t Fence::getFdCount() const {
+    return isValid() ? 1 : 0;
+}
+
+status_t Fence::flatten(void*& buffer, size_t& size, int*& fds, size_t& count) const {
+    if (size < getFlattenedSize() || count < getFdCount()) return NO_MEMORY;
+    FlattenableUtils::write(buffer, size, static_cast<uint32_t>(getFdCount()));
+    if (isValid()) {
+        *fds++ = mFenceFd.get();
+        --count;
+    }
+    return NO_ERROR;
+}
+
+status_t Fence::unflatten(const void*& buffer, size_t& size, const int*& fds, size_t& count) {
+    if (isValid()) return INVALID_OPERATION;
+    if (size < getFlattenedSize()) return NO_MEMORY;
+    uint32_t descriptors = 0;
+    FlattenableUtils::read(buffer, size, descriptors);
+    if (descriptors > 1) return BAD_VALUE;
+    if (count < descriptors) return NO_MEMORY;
+    if (descriptors == 1) {
+        mFenceFd.reset(*fds++);
+        --count;
+    }
+    return NO_ERROR;
+}
+
 }  // namespace android
