@@ -40,6 +40,20 @@ EGLSyncKHR EGLAPIENTRY createSync(EGLDisplay display, EGLenum type, const EGLint
     return driver().eglCreateSyncKHR(display, type, attributes);
 }
 
+// EGL 1.5 has the same by names without KHR. Its syncs and the extension's are one kind of handle.
+
+EGLSync EGLAPIENTRY createCoreSync(EGLDisplay display, EGLenum type, const EGLAttrib* attributes) {
+    if (type == EGL_SYNC_NATIVE_FENCE_ANDROID) return createNativeFence(display, attributes);
+    static const auto create =
+            reinterpret_cast<decltype(&eglCreateSync)>(driver().eglGetProcAddress("eglCreateSync"));
+    if (create == nullptr) return eglFailure(EGL_BAD_ATTRIBUTE, EGL_NO_SYNC);
+    return create(display, type, attributes);
+}
+
+EGLBoolean EGLAPIENTRY waitCoreSync(EGLDisplay display, EGLSync sync, EGLint flags) {
+    return static_cast<EGLBoolean>(waitSync(display, sync, flags));
+}
+
 }  // namespace
 
 EntryPoint findEntryPoint(const char* name) {
@@ -55,7 +69,16 @@ EntryPoint findEntryPoint(const char* name) {
             {"eglDupNativeFenceFDANDROID", reinterpret_cast<Function>(dupNativeFence)},
             {"eglClientWaitSyncKHR", reinterpret_cast<Function>(clientWaitSync)},
             {"eglWaitSyncKHR", reinterpret_cast<Function>(waitSync)},
-            {"eglGetSyncAttribKHR", reinterpret_cast<Function>(getSyncAttribute)},
+            {"eglGetSyncAttribKHR",
+             reinterpret_cast<Function>(
+                     static_cast<decltype(eglGetSyncAttribKHR)*>(getSyncAttribute))},
+            {"eglCreateSync", reinterpret_cast<Function>(createCoreSync)},
+            {"eglDestroySync", reinterpret_cast<Function>(destroySync)},
+            {"eglClientWaitSync", reinterpret_cast<Function>(clientWaitSync)},
+            {"eglWaitSync", reinterpret_cast<Function>(waitCoreSync)},
+            {"eglGetSyncAttrib",
+             reinterpret_cast<Function>(
+                     static_cast<decltype(eglGetSyncAttrib)*>(getSyncAttribute))},
             {"eglGetDisplay", reinterpret_cast<Function>(__wrap_eglGetDisplay)},
             {"eglGetError", reinterpret_cast<Function>(__wrap_eglGetError)},
             {"eglGetProcAddress", reinterpret_cast<Function>(__wrap_eglGetProcAddress)},

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <fcntl.h>
 #include <linux/sync_file.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <ui/Fence.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
+#include <new>
 #include <utility>
 
+#include "host/descriptor.h"
 #include "host/fence_waiter.h"
 #include "host/log.h"
 #include "host/signal_times.h"
@@ -19,18 +18,16 @@ namespace {
 
 constexpr int kWarningTimeoutMs = 3000;
 
-base::unique_fd duplicate(int fd) {
-    return base::unique_fd(fcntl(fd, F_DUPFD_CLOEXEC, 0));
-}
-
 // Two sync files become one in the kernel; for any other pair the host waits.
 base::unique_fd mergeDescriptors(const char* name, int first, int second) {
     sync_merge_data data{};
     std::strncpy(data.name, name, sizeof(data.name) - 1);
     data.fd2 = second;
-    if (ioctl(first, SYNC_IOC_MERGE, &data) == 0) return base::unique_fd(data.fence);
-    base::unique_fd firstCopy = duplicate(first);
-    base::unique_fd secondCopy = duplicate(second);
+    if (ioctl(first, SYNC_IOC_MERGE, &data) == 0) {
+        return host::aboveStandardStreams(base::unique_fd(data.fence));
+    }
+    base::unique_fd firstCopy = host::duplicate(first);
+    base::unique_fd secondCopy = host::duplicate(second);
     if (!firstCopy.ok() || !secondCopy.ok()) return {};
     return host::FenceWaiter::get().merge(std::move(firstCopy), std::move(secondCopy));
 }
@@ -44,22 +41,7 @@ Fence::Fence(int fenceFd) : mFenceFd(fenceFd) {}
 Fence::Fence(base::unique_fd fenceFd) : mFenceFd(std::move(fenceFd)) {}
 
 status_t Fence::wait(int timeout) {
-    if (!isValid()) return NO_ERROR;
-    if (mFenceFd.get() < 0) return -EINVAL;  // poll would pass over it, and wait all the same.
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeout);
-    pollfd polled{mFenceFd.get(), POLLIN, 0};
-    int left = timeout;
-    while (true) {
-        const int ready = poll(&polled, 1, left);
-        if (ready > 0) return (polled.revents & (POLLERR | POLLNVAL)) != 0 ? -EINVAL : NO_ERROR;
-        if (ready == 0) return -ETIME;
-        if (errno != EINTR && errno != EAGAIN) return -errno;
-        if (timeout >= 0) {
-            const auto rest = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-            left = rest.count() > 0 ? static_cast<int>(rest.count()) : 0;
-        }
-    }
+    return isValid() ? host::waitReadable(mFenceFd.get(), timeout) : NO_ERROR;
 }
 
 status_t Fence::waitForever(const char* logname) {
@@ -74,13 +56,14 @@ sp<Fence> Fence::merge(const char* name, const sp<Fence>& f1, const sp<Fence>& f
     if (!f1->isValid() && !f2->isValid()) return NO_FENCE;
     base::unique_fd merged = f1->isValid() && f2->isValid()
                                      ? mergeDescriptors(name, f1->get(), f2->get())
-                                     : duplicate(f1->isValid() ? f1->get() : f2->get());
-    if (!merged.ok()) {
+                                     : host::duplicate(f1->isValid() ? f1->get() : f2->get());
+    Fence* const fence = merged.ok() ? new (std::nothrow) Fence(std::move(merged)) : nullptr;
+    if (fence == nullptr) {
         HOST_LOGE("merge: %s: fences %d and %d: %s", name, f1->get(), f2->get(),
                   std::strerror(errno));
         return NO_FENCE;
     }
-    return new Fence(std::move(merged));
+    return sp<Fence>(fence);
 }
 
 int Fence::dup() const {
@@ -88,7 +71,7 @@ int Fence::dup() const {
         errno = EBADF;
         return -1;
     }
-    return duplicate(mFenceFd.get()).release();
+    return host::duplicate(mFenceFd.get()).release();
 }
 
 nsecs_t Fence::getSignalTime() const {
@@ -99,11 +82,43 @@ Fence::Status Fence::getStatus() {
     switch (wait(0)) {
         case NO_ERROR:
             return Status::Signaled;
-        case -ETIME:
-            return Status::Unsignaled;
-        default:
+        case -EINVAL:
             return Status::Invalid;
+        default:
+            return Status::Unsignaled;
     }
+}
+
+size_t Fence::getFlattenedSize() const {
+    return sizeof(uint32_t);
+}
+
+size_t Fence::getFdCount() const {
+    return isValid() ? 1 : 0;
+}
+
+status_t Fence::flatten(void*& buffer, size_t& size, int*& fds, size_t& count) const {
+    if (size < getFlattenedSize() || count < getFdCount()) return NO_MEMORY;
+    FlattenableUtils::write(buffer, size, static_cast<uint32_t>(getFdCount()));
+    if (isValid()) {
+        *fds++ = mFenceFd.get();
+        --count;
+    }
+    return NO_ERROR;
+}
+
+status_t Fence::unflatten(const void*& buffer, size_t& size, const int*& fds, size_t& count) {
+    if (isValid()) return INVALID_OPERATION;
+    if (size < getFlattenedSize()) return NO_MEMORY;
+    uint32_t descriptors = 0;
+    FlattenableUtils::read(buffer, size, descriptors);
+    if (descriptors > 1) return BAD_VALUE;
+    if (count < descriptors) return NO_MEMORY;
+    if (descriptors == 1) {
+        mFenceFd.reset(*fds++);
+        --count;
+    }
+    return NO_ERROR;
 }
 
 }  // namespace android

@@ -2,36 +2,37 @@
 #include "host/signal_times.h"
 
 #include <linux/sync_file.h>
-#include <poll.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <ui/Fence.h>
 
 #include <algorithm>
-#include <vector>
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "host/descriptor.h"
+#include "host/process_wide.h"
 
 namespace android::host {
 namespace {
-
-constexpr size_t kMostTimes = 4096;
-
-std::optional<ino_t> pipeInode(int fd) {
-    struct stat status;
-    if (fstat(fd, &status) != 0 || !S_ISFIFO(status.st_mode)) return std::nullopt;
-    return status.st_ino;
-}
 
 nsecs_t syncFileTime(int fd) {
     sync_file_info info{};
     if (ioctl(fd, SYNC_IOC_FILE_INFO, &info) != 0) return Fence::SIGNAL_TIME_INVALID;
     if (info.status == 0) return Fence::SIGNAL_TIME_PENDING;
     if (info.status < 0) return Fence::SIGNAL_TIME_INVALID;
-    std::vector<sync_fence_info> fences(info.num_fences);
-    info.sync_fence_info = reinterpret_cast<uintptr_t>(fences.data());
-    if (ioctl(fd, SYNC_IOC_FILE_INFO, &info) != 0) return Fence::SIGNAL_TIME_INVALID;
+    const std::unique_ptr<sync_fence_info[]> fences(new (std::nothrow)
+                                                            sync_fence_info[info.num_fences]);
+    info.sync_fence_info = reinterpret_cast<uintptr_t>(fences.get());
+    if (fences == nullptr || ioctl(fd, SYNC_IOC_FILE_INFO, &info) != 0) {
+        return Fence::SIGNAL_TIME_INVALID;
+    }
     nsecs_t latest = 0;
-    for (const sync_fence_info& fence : fences) {
-        latest = std::max(latest, static_cast<nsecs_t>(fence.timestamp_ns));
+    for (uint32_t i = 0; i < info.num_fences; ++i) {
+        latest = std::max(latest, static_cast<nsecs_t>(fences[i].timestamp_ns));
     }
     return latest;
 }
@@ -39,29 +40,41 @@ nsecs_t syncFileTime(int fd) {
 }  // namespace
 
 SignalTimes& SignalTimes::get() {
-    static auto* const times = new SignalTimes;  // Never freed: asked until the process is gone.
-    return *times;
+    return processWide<SignalTimes>();
 }
 
-ino_t SignalTimes::add(int fd) {
-    const ino_t key = pipeInode(fd).value_or(0);
+SignalTimes::SignalTimes() {
+    // A forked child may ask as well, and has only the thread that forked.
+    pthread_atfork([] { get().mMutex.lock(); }, [] { get().mMutex.unlock(); },
+                   [] { get().mMutex.unlock(); });
+}
+
+std::optional<ino_t> SignalTimes::keyOf(int fd) {
+    struct stat status;
+    if (fstat(fd, &status) != 0 || !S_ISSOCK(status.st_mode)) return std::nullopt;
+    return status.st_ino;
+}
+
+void SignalTimes::add(ino_t key) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    mTimes.erase(key);  // Of an older pipe that had the same number.
-    return key;
+    mTimes[key] = Fence::SIGNAL_TIME_PENDING;  // In place of an older socket's of that number.
 }
 
 void SignalTimes::signal(ino_t key, nsecs_t time) {
     const std::lock_guard<std::mutex> lock(mMutex);
-    mTimes[key] = time;
-    mOldest.push_back(key);
-    if (mOldest.size() > kMostTimes) {
-        mTimes.erase(mOldest.front());
-        mOldest.pop_front();
-    }
+    const auto found = mTimes.find(key);
+    if (found == mTimes.end()) return;
+    found->second = time;
+    const auto oldest = mTimes.find(std::exchange(mLatest[mOldest], key));
+    mOldest = (mOldest + 1) % mLatest.size();
+    // Its number may have gone to another that is still pending.
+    const bool forgotten = oldest != mTimes.end() && oldest != found &&
+                           oldest->second != Fence::SIGNAL_TIME_PENDING;
+    if (forgotten) mTimes.erase(oldest);
 }
 
 std::optional<nsecs_t> SignalTimes::find(int fd) {
-    const std::optional<ino_t> key = pipeInode(fd);
+    const std::optional<ino_t> key = keyOf(fd);
     if (!key) return std::nullopt;
     const std::lock_guard<std::mutex> lock(mMutex);
     const auto found = mTimes.find(*key);
@@ -70,11 +83,17 @@ std::optional<nsecs_t> SignalTimes::find(int fd) {
 }
 
 nsecs_t signalTime(int fd) {
-    pollfd polled{fd, POLLIN, 0};
-    if (fd < 0 || poll(&polled, 1, 0) < 0 || (polled.revents & (POLLNVAL | POLLERR)) != 0) {
-        return Fence::SIGNAL_TIME_INVALID;
+    switch (waitReadable(fd, 0)) {
+        case NO_ERROR:
+            return timeOfSignalled(fd);
+        case -EINVAL:
+            return Fence::SIGNAL_TIME_INVALID;
+        default:
+            return Fence::SIGNAL_TIME_PENDING;
     }
-    if (polled.revents == 0) return Fence::SIGNAL_TIME_PENDING;
+}
+
+nsecs_t timeOfSignalled(int fd) {
     if (const auto time = SignalTimes::get().find(fd)) return *time;
     return syncFileTime(fd);
 }

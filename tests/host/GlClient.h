@@ -132,13 +132,18 @@ class GlClient {
         glReadPixels(0, 0, width, height, GL_RGBA, GL_FLOAT, colours.data());
         return colours;
     }
-    /// Keeps the GPU busy: 400 rounds take some 0.4 s on two cores without a GPU.
+    /// Gives the GPU something to do.
     void work(int rounds) const { draw(512, 512, rounds); }
 
     /// A native fence sync of what was drawn so far, its fence, and the fence of one that is
     /// destroyed at once.
     EGLSyncKHR sync() const { return createSync(display, EGL_SYNC_NATIVE_FENCE_ANDROID, nullptr); }
-    sp<Fence> fence(EGLSyncKHR sync) const { return new Fence(dupFence(display, sync)); }
+    /// A sync that owns `fence`.
+    EGLSyncKHR import(int fence) const {
+        const EGLint attributes[] = {EGL_SYNC_NATIVE_FENCE_FD_ANDROID, fence, EGL_NONE};
+        return createSync(display, EGL_SYNC_NATIVE_FENCE_ANDROID, attributes);
+    }
+    sp<Fence> fence(EGLSyncKHR sync) const { return sp<Fence>(new Fence(dupFence(display, sync))); }
     sp<Fence> fence() const {
         const EGLSyncKHR made = sync();
         sp<Fence> result = fence(made);
@@ -152,6 +157,9 @@ class GlClient {
     const PFNEGLCREATESYNCKHRPROC createSync = EntryPoint{"eglCreateSyncKHR"};
     const PFNEGLDESTROYSYNCKHRPROC destroySync = EntryPoint{"eglDestroySyncKHR"};
     const PFNEGLDUPNATIVEFENCEFDANDROIDPROC dupFence = EntryPoint{"eglDupNativeFenceFDANDROID"};
+    const PFNEGLCLIENTWAITSYNCKHRPROC clientWait = EntryPoint{"eglClientWaitSyncKHR"};
+    const PFNEGLWAITSYNCKHRPROC serverWait = EntryPoint{"eglWaitSyncKHR"};
+    const PFNEGLGETSYNCATTRIBKHRPROC getAttribute = EntryPoint{"eglGetSyncAttribKHR"};
 
   private:
     EGLContext mContext = EGL_NO_CONTEXT;

@@ -5,17 +5,19 @@
 #include <android-base/unique_fd.h>
 #include <ui/HostExport.h>
 #include <utils/Errors.h>
+#include <utils/Flattenable.h>
 #include <utils/LightRefBase.h>
 #include <utils/StrongPointer.h>
 #include <utils/Timers.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace android {
 
 /// The end of some GPU work, as a descriptor that becomes readable then and stays so. Held by `sp`.
-/// Nothing changes a fence, so any thread may call any member.
-class UPSCALER_HOST_API Fence : public LightRefBase<Fence> {
+/// Nothing but `unflatten` changes a fence, so any thread may call any other member.
+class UPSCALER_HOST_API Fence : public LightRefBase<Fence>, public Flattenable<Fence> {
   public:
     /// A fence without a descriptor, on which no wait is needed.
     static const sp<Fence> NO_FENCE;
@@ -26,6 +28,10 @@ class UPSCALER_HOST_API Fence : public LightRefBase<Fence> {
     static constexpr nsecs_t SIGNAL_TIME_INVALID = -1;
     static constexpr nsecs_t SIGNAL_TIME_PENDING = INT64_MAX;
     /// @}
+    /// Whether `time` is an answer.
+    static constexpr bool isValidTimestamp(nsecs_t time) {
+        return time >= 0 && time < SIGNAL_TIME_PENDING;
+    }
 
     /// What `getStatus` tells.
     enum class Status {
@@ -69,6 +75,17 @@ class UPSCALER_HOST_API Fence : public LightRefBase<Fence> {
     nsecs_t getSignalTime() const;
     /// What a `wait` of no length finds.
     Status getStatus();
+
+    // The protocol of `Flattenable`: a uint32_t, which counts the descriptors, and these: none or
+    // one. NO_MEMORY if there is less room, or less to read.
+
+    size_t getFlattenedSize() const;
+    size_t getFdCount() const;
+    /// The descriptor that it writes stays the fence's.
+    status_t flatten(void*& buffer, size_t& size, int*& fds, size_t& count) const;
+    /// Owns the descriptor that it reads. INVALID_OPERATION if there is one already, and BAD_VALUE
+    /// if there is more than one to read.
+    status_t unflatten(const void*& buffer, size_t& size, const int*& fds, size_t& count);
 
   private:
     friend class LightRefBase<Fence>;
