@@ -83,6 +83,7 @@ EntryPoint findEntryPoint(const char* name) {
             {"eglGetError", reinterpret_cast<Function>(__wrap_eglGetError)},
             {"eglGetProcAddress", reinterpret_cast<Function>(__wrap_eglGetProcAddress)},
             {"eglInitialize", reinterpret_cast<Function>(__wrap_eglInitialize)},
+            {"eglQueryString", reinterpret_cast<Function>(__wrap_eglQueryString)},
             {"eglTerminate", reinterpret_cast<Function>(__wrap_eglTerminate)},
     };
     for (const auto& each : answered) {

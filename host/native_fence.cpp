@@ -3,10 +3,8 @@
 
 #include <fcntl.h>
 
-#include <array>
 #include <atomic>
 #include <memory>
-#include <new>
 #include <optional>
 #include <utility>
 
@@ -76,11 +74,9 @@ EGLSyncKHR create(EGLDisplay display, const Attribute* attributes) {
         return driver().eglCreateSyncKHR(display, EGL_SYNC_NATIVE_FENCE_ANDROID,
                                          *fd == kNoDescriptor ? nullptr : list);
     }
-    try {
+    return orBadAlloc(EGL_NO_SYNC_KHR, [&] {
         return *fd == kNoDescriptor ? createDriverSync(display) : importDescriptor(display, *fd);
-    } catch (const std::bad_alloc&) {
-        return eglFailure(EGL_BAD_ALLOC, EGL_NO_SYNC_KHR);
-    }
+    });
 }
 
 template <typename Value, typename Ask>

@@ -2,12 +2,18 @@
 // Where the driver has native fences of its own, the host leaves them to it.
 #include "host/HandDriver.h"
 
+// What a client's eglQueryString is bound to; this program has one of its own.
+extern "C" decltype(eglQueryString) __wrap_eglQueryString;
+
 namespace android::test {
 namespace {
 
 TEST(DriverNativeFenceGLTest, FencesAreTheDriversOwn) {
     hand.reset(true, false);
     const GlClient client;
+    const std::string extensions = __wrap_eglQueryString(client.display, EGL_EXTENSIONS);
+    constexpr char kName[] = "EGL_ANDROID_native_fence_sync";
+    EXPECT_EQ(extensions.find(kName), extensions.rfind(kName)) << "told twice";
     const sp<Fence> fence = client.fence();
     EXPECT_FALSE(hand.syncLives);
     EXPECT_EQ(fence->wait(0), -ETIME);

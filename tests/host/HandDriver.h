@@ -97,7 +97,8 @@ EXPORTED void* dlopen(const char* file, int mode) {
 EXPORTED const char* eglQueryString(EGLDisplay display, EGLint name) {
     using namespace android::test;
     const char* real = next<decltype(&eglQueryString)>("eglQueryString")(display, name);
-    if (name != EGL_EXTENSIONS || real == nullptr || !hand.hasNativeFences) return real;
+    if (display == EGL_NO_DISPLAY || name != EGL_EXTENSIONS || !hand.hasNativeFences) return real;
+    if (real == nullptr) return nullptr;
     static const std::string extensions = std::string(real) + " EGL_ANDROID_native_fence_sync";
     return extensions.c_str();
 }
