@@ -82,9 +82,8 @@ TEST(GraphicBufferGLTest, EveryFormatCarriesPixelsBothWays) {
 // All 65536 values of a format with a conversion of its own, CPU to GPU and back.
 TEST(GraphicBufferGLTest, ConversionsLoseNoValue) {
     for (const PixelFormat format : {PIXEL_FORMAT_RGB_565, PIXEL_FORMAT_RGBA_FP16}) {
-        // One whose memory is not kept from lock to lock.
-        const sp<GraphicBuffer> buffer = makeBuffer(512 / bytesPerPixel(format), 256, format,
-                                                    GraphicBuffer::USAGE_SW_WRITE_RARELY);
+        const sp<GraphicBuffer> buffer =
+                makeBuffer(512 / bytesPerPixel(format), 256, format, kSeldomUse);
         Bytes pixels;
         for (unsigned i = 0; i < 65536; ++i) {
             const bool isNan = format == PIXEL_FORMAT_RGBA_FP16 && (i & 0x7fff) > 0x7c00;
@@ -176,7 +175,7 @@ TEST(GraphicBufferGLTest, LocksNestAndOnlyWriteLocksKeepChanges) {
 // Whether the memory of a lock is kept for the next one or not.
 TEST(GraphicBufferGLTest, LocksSeeWhatEitherSideWroteLast) {
     const GlClient client;
-    for (const uint64_t usage : {kAnyUse, uint64_t{GraphicBuffer::USAGE_SW_WRITE_RARELY}}) {
+    for (const uint64_t usage : {kAnyUse, kSeldomUse}) {
         const sp<GraphicBuffer> buffer = makeBuffer(1, 1, PIXEL_FORMAT_RGBA_8888, usage);
         const EGLImageKHR image = client.import(buffer);
         for (const auto round : Bytes{51, 102, 153}) {
