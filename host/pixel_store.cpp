@@ -207,9 +207,19 @@ status_t PixelStore::upload() {
     });
 }
 
+status_t PixelStore::retire() {
+    if (isForkedChild()) return NO_INIT;
+    const InHost inHost;
+    const std::lock_guard<std::mutex> lock(mViewMutex);
+    Use none = Use::None;
+    const bool retires = mLocks == 0 && mUse.compare_exchange_strong(none, Use::Retired);
+    return retires ? OK : INVALID_OPERATION;
+}
+
 void PixelStore::noteUse(Use use) {
     Use known = mUse;
-    while (known != Use::Drawn && !mUse.compare_exchange_weak(known, use)) {
+    while (known != Use::Drawn && known != Use::Retired &&
+           !mUse.compare_exchange_weak(known, use)) {
     }
 }
 
@@ -228,6 +238,7 @@ void PixelStore::expectUnseenBinds() {
 
 EGLImageKHR PixelStore::image() {
     noteUse(Use::Unknown);
+    if (mUse == Use::Retired) return EGL_NO_IMAGE_KHR;
     mViewIsCurrent = false;
     EGLImageKHR image = EGL_NO_IMAGE_KHR;
     GlThread::get().call([&](const HostContext& host) {
