@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/gl_thread.h"
 
-#include <android-base/no_destructor.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -10,13 +9,13 @@
 
 #include "host/displays.h"
 #include "host/log.h"
+#include "host/process_wide.h"
 #include "host/thread.h"
 
 namespace android::host {
 
 GlThread& GlThread::get() {
-    static base::NoDestructor<GlThread> thread;  // Buffers may end after exit began.
-    return *thread;
+    return processWide<GlThread>();
 }
 
 status_t GlThread::run(Job* job) {

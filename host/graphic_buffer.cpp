@@ -116,11 +116,7 @@ void GraphicBuffer::onFirstRef() {
 
 void GraphicBuffer::enlist() {
     if (mPixels == nullptr) return;
-    try {
-        host::NativeImages::get().addBuffer(this, mPixels);
-    } catch (const std::bad_alloc&) {
-        fail(NO_MEMORY);
-    }
+    if (!host::NativeImages::get().addBuffer(this, mPixels)) fail(NO_MEMORY);
 }
 
 sp<GraphicBuffer> GraphicBuffer::from(ANativeWindowBuffer* native) {

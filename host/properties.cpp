@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <android-base/no_destructor.h>
 #include <cutils/properties.h>
 #include <pthread.h>
 #include <ui/HostExport.h>
@@ -13,15 +12,13 @@
 #include <string>
 
 #include "host/log.h"
+#include "host/process_wide.h"
 
 namespace {
 
 class Properties {
   public:
-    static Properties& get() {
-        static android::base::NoDestructor<Properties> properties;  // Read until the very end.
-        return *properties;
-    }
+    static Properties& get() { return android::host::processWide<Properties>(); }
 
     bool set(const char* key, const char* value) {
         const std::lock_guard<std::mutex> lock(mMutex);
