@@ -4,114 +4,146 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <new>
 #include <system_error>
 
 #include "host/displays.h"
 #include "host/log.h"
+#include "host/process_wide.h"
 #include "host/thread.h"
 
 namespace android::host {
 
-struct GlThread::Job {
-    const Work& work;
-    enum { Queued, Done, Dropped } state = Queued;
-};
-
 GlThread& GlThread::get() {
-    static auto* const thread = new GlThread;  // Never freed: buffers may end after exit began.
-    return *thread;
+    return processWide<GlThread>();
 }
 
-bool GlThread::run(const Work& work) {
-    const pid_t owner = mOwner.load();
-    if (owner != 0 && owner != getpid()) return false;
-
-    std::unique_lock<std::mutex> lock(mMutex);
-    if (!start(lock)) return false;
-    Job job{work};
-    mJobs.push_back(&job);
-    mChanged.notify_all();
-    mChanged.wait(lock, [&] { return job.state != Job::Queued; });
-    return job.state == Job::Done;
+status_t GlThread::run(Job* job) {
+    if (isForkedChild()) return NO_INIT;
+    const Uncancelled uncancelled;
+    const InHost inHost;
+    Failure failure;
+    {
+        std::unique_lock<std::mutex> lock(mMutex);
+        const status_t status = start(&lock, &failure);
+        if (status == OK) {
+            *mEnd = job;
+            mEnd = &job->next;
+            mChanged.notify_all();
+            mChanged.wait(lock, [job] { return job->isOver; });
+        } else {
+            job->status = status;
+        }
+    }
+    if (failure.what != nullptr) {
+        HOST_LOGE("graphic buffers have no pixels: %s, error 0x%x", failure.what, failure.error);
+    }
+    return job->status;
 }
 
 bool GlThread::isRunning() {
-    if (mOwner.load() != getpid()) return false;
+    if (isForkedChild()) return false;
     const std::lock_guard<std::mutex> lock(mMutex);
     return mState == State::Running;
 }
 
-bool GlThread::start(std::unique_lock<std::mutex>& lock) {
-    mChanged.wait(lock, [this] { return mState != State::Starting && mState != State::Failed; });
-    if (mState != State::Idle) return mState == State::Running;
+status_t GlThread::start(std::unique_lock<std::mutex>* lock, Failure* failure) {
+    mChanged.wait(*lock, [this] { return mState != State::Starting && mState != State::Failed; });
+    if (mState != State::Idle) return mState == State::Running ? OK : NO_INIT;
 
-    try {
-        mThread = startThread("upscaler-gl", [this] { threadMain(); });
-    } catch (const std::system_error& error) {
-        HOST_LOGE("no thread for the buffers' pixels: %s", error.what());
-        return false;
-    }
+    const status_t status = startThread(failure);
+    if (status != OK) return status;
     mState = State::Starting;
-    mChanged.wait(lock, [this] { return mState != State::Starting; });
+    mChanged.wait(*lock, [this] { return mState != State::Starting; });
     if (mState == State::Failed) {
         mThread.join();  // It wants the lock no more.
+        *failure = mFailure;
         mState = State::Idle;
         mChanged.notify_all();
-        return false;
+        return NO_INIT;
     }
-    mOwner = getpid();
     // After the driver has made its own exit handlers, so that this one runs before them.
     std::atexit([] { get().stop(); });
-    return true;
+    return OK;
+}
+
+status_t GlThread::startThread(Failure* failure) {
+    try {
+        mThread = host::startThread("upscaler-gl", [this] { threadMain(); });
+    } catch (const std::bad_alloc&) {
+        return NO_MEMORY;
+    } catch (const std::system_error& error) {
+        *failure = {"no thread", error.code().value()};
+        return NO_INIT;
+    }
+    return OK;
 }
 
 void GlThread::stop() {
-    if (mOwner.load() != getpid()) return;
-    {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mState = State::Stopped;
-    }
+    if (isForkedChild()) return;
+    const Uncancelled uncancelled;
+    std::unique_lock<std::mutex> lock(mMutex);
+    mState = State::Stopped;
+    for (; mFirst != nullptr; mFirst = mFirst->next)
+        mFirst->isOver = true;
+    mEnd = &mFirst;
     mChanged.notify_all();
-    mThread.join();
+    if (mChanged.wait_for(lock, kDriverPatience, [this] { return mState == State::Ended; })) {
+        mThread.join();  // It wants the lock no more.
+    } else {
+        mState = State::Abandoned;
+    }
 }
 
 void GlThread::threadMain() {
     HostContext host;
-    const bool opened = open(&host);
-    std::unique_lock<std::mutex> lock(mMutex);
-    mState = opened ? State::Running : State::Failed;
+    bool opened = false;
+    {
+        const InDriver inDriver;
+        opened = open(&host);
+    }
+    if (opened) work(host);
+    {
+        const InDriver inDriver;
+        if (host.context != EGL_NO_CONTEXT) {
+            driver().eglMakeCurrent(host.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+            driver().eglDestroyContext(host.display, host.context);
+        }
+        driver().eglReleaseThread();
+    }
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mState = opened ? State::Ended : State::Failed;
     mChanged.notify_all();
-    while (opened) {
-        mChanged.wait(lock, [this] { return !mJobs.empty() || mState == State::Stopped; });
-        if (mState == State::Stopped) break;
-        Job* const job = mJobs.front();
-        mJobs.pop_front();
+}
+
+void GlThread::work(const HostContext& host) {
+    std::unique_lock<std::mutex> lock(mMutex);
+    mState = State::Running;
+    mChanged.notify_all();
+    while (true) {
+        mChanged.wait(lock, [this] { return mFirst != nullptr || mState != State::Running; });
+        if (mState != State::Running) break;
+        Job* const job = mFirst;
+        mFirst = job->next;
+        if (mFirst == nullptr) mEnd = &mFirst;
         lock.unlock();
         {
             const InDriver inDriver;
-            job->work(host);
+            job->status = job->function(job->work, host);
         }
         lock.lock();
-        job->state = Job::Done;
+        job->isOver = true;
         mChanged.notify_all();
     }
-    for (Job* job : mJobs)
-        job->state = Job::Dropped;
-    mJobs.clear();
-    mChanged.notify_all();
-    lock.unlock();
-
-    if (host.context != EGL_NO_CONTEXT) {
-        driver().eglMakeCurrent(host.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-        driver().eglDestroyContext(host.display, host.context);
-    }
-    driver().eglReleaseThread();
+    // The driver is being torn down by now: not another call to it.
+    while (mState == State::Abandoned)
+        mChanged.wait(lock);
 }
 
 bool GlThread::open(HostContext* host) {
     host->display = Displays::get().openDefault();
     if (host->display == EGL_NO_DISPLAY) {
-        HOST_LOGE("no EGL display can be initialised, so graphic buffers have no pixels");
+        mFailure = {"no EGL display can be initialised", driver().eglGetError()};
         return false;
     }
     driver().eglBindAPI(EGL_OPENGL_ES_API);
@@ -126,8 +158,7 @@ bool GlThread::open(HostContext* host) {
     if (host->context == EGL_NO_CONTEXT ||
         driver().eglMakeCurrent(host->display, EGL_NO_SURFACE, EGL_NO_SURFACE, host->context) !=
                 EGL_TRUE) {
-        HOST_LOGE("no OpenGL ES 3 context for graphic buffers, EGL error 0x%x",
-                  driver().eglGetError());
+        mFailure = {"no OpenGL ES 3 context", driver().eglGetError()};
         return false;
     }
     driver().glGetIntegerv(GL_MAX_TEXTURE_SIZE, &host->maxTextureSize);

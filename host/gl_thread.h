@@ -2,12 +2,9 @@
 #ifndef UPSCALER_HOST_GL_THREAD_H
 #define UPSCALER_HOST_GL_THREAD_H
 
-#include <sys/types.h>
+#include <utils/Errors.h>
 
-#include <atomic>
 #include <condition_variable>
-#include <deque>
-#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -28,31 +25,62 @@ struct HostContext {
 /// Started by the first work; ended at exit.
 class GlThread {
   public:
-    using Work = std::function<void(const HostContext&)>;
-
     static GlThread& get();
 
-    /// Runs `work` there and waits for its end. Any thread but that one.
-    /// @return false if `work` did not run: no driver, exit has begun, or this is a forked child,
-    ///     which does not have the thread.
-    bool run(const Work& work);
-    /// Whether `run` would, had it been called before.
+    /// Calls `work`, a `status_t(const HostContext&)` that does not throw, there and waits for its
+    /// end. Needs no memory once the thread runs. Any thread but that one; not cancelled meanwhile.
+    /// @return what `work` does. Without a call: NO_MEMORY if there is none for the thread, NO_INIT
+    ///     if there is no driver, exit has begun, or this is a forked child.
+    template <typename Work>
+    status_t call(const Work& work) {
+        Job job(
+                [](const void* object, const HostContext& host) -> status_t {
+                    return (*static_cast<const Work*>(object))(host);
+                },
+                &work);
+        return run(&job);
+    }
+    /// Whether `call` would, had it been called before.
     bool isRunning();
 
   private:
-    enum class State { Idle, Starting, Failed, Running, Stopped };
-    struct Job;
+    // A start that failed is over, and the next one may begin, once its starter says so. A thread
+    // that did not come back from the driver in time is left alone.
+    enum class State { Idle, Starting, Failed, Running, Stopped, Ended, Abandoned };
 
-    bool start(std::unique_lock<std::mutex>& lock);
+    // Lives with its caller, who waits until it is no longer queued.
+    struct Job {
+        using Function = status_t (*)(const void* work, const HostContext& host);
+        Job(Function theFunction, const void* theWork) : function(theFunction), work(theWork) {}
+
+        const Function function;
+        const void* const work;
+        Job* next = nullptr;
+        bool isOver = false;
+        status_t status = NO_INIT;
+    };
+
+    // Why there is no thread, for the log: which is written without a lock, by the caller, since
+    // the client's logger may call the host.
+    struct Failure {
+        const char* what = nullptr;
+        int error = 0;
+    };
+
+    status_t run(Job* job);
+    status_t start(std::unique_lock<std::mutex>* lock, Failure* failure);
+    status_t startThread(Failure* failure);
     void stop();
     void threadMain();
+    void work(const HostContext& host);
     bool open(HostContext* host);
 
-    std::atomic<pid_t> mOwner{0};
     std::mutex mMutex;
     std::condition_variable mChanged;
     State mState = State::Idle;
-    std::deque<Job*> mJobs;
+    Failure mFailure;
+    Job* mFirst = nullptr;
+    Job** mEnd = &mFirst;
     std::thread mThread;
 };
 

@@ -1,6 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/log.h"
 
+#include <algorithm>
+#include <cstring>
+
+namespace android::host {
+
+OneLine::OneLine(const char* from) : text() {
+    const size_t length = strnlen(from, sizeof(text) - 1);
+    std::replace_copy_if(
+            from, from + length, text, [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
+}
+
+}  // namespace android::host
+
 namespace {
 
 // Outside a device the log drops debug lines, and no environment variable changes that. What is

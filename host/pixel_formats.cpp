@@ -30,10 +30,9 @@ void packTo565(const uint8_t* from, uint8_t* to, size_t pixels) {
     }
 }
 
-// The floats come from a half-precision texture, so nothing is rounded here.
-uint16_t exactHalf(float value) {
-    uint32_t bits;
-    std::memcpy(&bits, &value, sizeof(bits));
+// The float of these bits as a half. It comes from a half-precision texture, so nothing is rounded
+// here. By integers, which the client's floating-point environment does not change.
+uint16_t exactHalf(uint32_t bits) {
     const uint32_t sign = bits >> 16 & 0x8000U;
     const uint32_t mantissa = (bits & 0x7fffffU) >> 13;
     const int exponent = static_cast<int>(bits >> 23 & 0xffU) - 127;
@@ -48,9 +47,9 @@ uint16_t exactHalf(float value) {
 
 void floatsToHalves(const uint8_t* from, uint8_t* to, size_t pixels) {
     for (size_t component = 4 * pixels; component > 0; --component, from += 4, to += 2) {
-        float value;
-        std::memcpy(&value, from, sizeof(value));
-        const uint16_t half = exactHalf(value);
+        uint32_t bits;
+        std::memcpy(&bits, from, sizeof(bits));
+        const uint16_t half = exactHalf(bits);
         std::memcpy(to, &half, sizeof(half));
     }
 }

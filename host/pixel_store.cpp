@@ -4,6 +4,7 @@
 #include <new>
 
 #include "host/gl_thread.h"
+#include "host/thread.h"
 
 namespace android::host {
 namespace {
@@ -25,12 +26,13 @@ void attach(GLuint texture) {
 }
 
 // A transfer's rows on GL's side: the view itself if no conversion is needed, otherwise packed
-// rows.
+// rows. Null data if there is no memory.
 struct Rows {
     Rows(const Transfer& transfer, uint32_t width, uint32_t height, uint8_t* view)
         : rowBytes(size_t{width} * transfer.bytesPerPixel) {
         // Not initialised: every byte is written before it is read.
-        if (transfer.convert != nullptr) packed.reset(new uint8_t[rowBytes * height]);
+        if (transfer.convert != nullptr)
+            packed.reset(new (std::nothrow) uint8_t[rowBytes * height]);
         data = transfer.convert != nullptr ? packed.get() : view;
     }
     size_t rowBytes;
@@ -50,9 +52,14 @@ PixelStore::PixelStore(uint32_t width, uint32_t height, const FormatInfo& format
 
 status_t PixelStore::create(uint32_t width, uint32_t height, const FormatInfo& format,
                             bool keepsView, std::shared_ptr<PixelStore>* store) {
-    const std::shared_ptr<PixelStore> made(new PixelStore(width, height, format, keepsView));
-    status_t status = NO_INIT;
-    GlThread::get().run([&](const HostContext& host) { status = made->allocate(host); });
+    std::shared_ptr<PixelStore> made;
+    try {
+        made.reset(new PixelStore(width, height, format, keepsView));
+    } catch (const std::bad_alloc&) {
+        return NO_MEMORY;
+    }
+    status_t status =
+            GlThread::get().call([&](const HostContext& host) { return made->allocate(host); });
     if (status != OK) return status;
     // Not by glClear: one driver puts that off until this context reads, after the client's
     // drawing.
@@ -91,13 +98,17 @@ status_t PixelStore::allocate(const HostContext& host) {
 PixelStore::~PixelStore() {
     if (mTexture == 0) return;
     // If the thread is gone, so is the context with all that is in it.
-    GlThread::get().run([this](const HostContext& host) {
+    GlThread::get().call([this](const HostContext& host) {
         if (mImage != EGL_NO_IMAGE_KHR) driver().eglDestroyImageKHR(host.display, mImage);
         driver().glDeleteTextures(1, &mTexture);
+        return OK;
     });
 }
 
 status_t PixelStore::lock(bool forWriting, void** address) {
+    if (isForkedChild()) return NO_INIT;
+    const Uncancelled uncancelled;
+    const InHost inHost;
     const std::lock_guard<std::mutex> lock(mViewMutex);
     if (mLocks == 0) {
         if (mViewIsCurrent && onlyTheCpuWrites()) {
@@ -120,6 +131,9 @@ status_t PixelStore::lock(bool forWriting, void** address) {
 }
 
 status_t PixelStore::unlock() {
+    if (isForkedChild()) return NO_INIT;
+    const Uncancelled uncancelled;
+    const InHost inHost;
     const std::lock_guard<std::mutex> lock(mViewMutex);
     if (mLocks == 0) return OK;
     const status_t status = mWritten ? upload() : OK;
@@ -143,9 +157,9 @@ void PixelStore::dropView() {
 
 status_t PixelStore::readBack() {
     const Transfer& transfer = mFormat.readBack;
-    status_t status = NO_INIT;
-    Rows rows(transfer, mWidth, mHeight, mView.get());
-    GlThread::get().run([&](const HostContext&) {
+    const Rows rows(transfer, mWidth, mHeight, mView.get());
+    if (rows.data == nullptr) return NO_MEMORY;
+    const status_t status = GlThread::get().call([&](const HostContext&) {
         const Driver& gl = driver();
         clearGlErrors();
         attach(mTexture);
@@ -156,7 +170,7 @@ status_t PixelStore::readBack() {
                         transfer.format, transfer.type, rows.data);
         gl.glPixelStorei(GL_PACK_ROW_LENGTH, 0);
         attach(0);
-        status = glStatus();
+        return glStatus();
     });
     if (status == OK && transfer.convert != nullptr) {
         for (size_t y = 0; y < mHeight; ++y) {
@@ -169,15 +183,15 @@ status_t PixelStore::readBack() {
 
 status_t PixelStore::upload() {
     const Transfer& transfer = mFormat.upload;
-    status_t status = NO_INIT;
-    Rows rows(transfer, mWidth, mHeight, mView.get());
+    const Rows rows(transfer, mWidth, mHeight, mView.get());
+    if (rows.data == nullptr) return NO_MEMORY;
     if (transfer.convert != nullptr) {
         for (size_t y = 0; y < mHeight; ++y) {
             transfer.convert(mView.get() + y * bytesPerRow(), rows.data + y * rows.rowBytes,
                              mWidth);
         }
     }
-    GlThread::get().run([&](const HostContext&) {
+    return GlThread::get().call([&](const HostContext&) {
         const Driver& gl = driver();
         clearGlErrors();
         gl.glBindTexture(GL_TEXTURE_2D, mTexture);
@@ -189,14 +203,23 @@ status_t PixelStore::upload() {
                            rows.data);
         gl.glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
         gl.glFinish();  // Other contexts only see what is done.
-        status = glStatus();
+        return glStatus();
     });
-    return status;
+}
+
+status_t PixelStore::retire() {
+    if (isForkedChild()) return NO_INIT;
+    const InHost inHost;
+    const std::lock_guard<std::mutex> lock(mViewMutex);
+    Use none = Use::None;
+    const bool retires = mLocks == 0 && mUse.compare_exchange_strong(none, Use::Retired);
+    return retires ? OK : INVALID_OPERATION;
 }
 
 void PixelStore::noteUse(Use use) {
     Use known = mUse;
-    while (known != Use::Drawn && !mUse.compare_exchange_weak(known, use)) {
+    while (known != Use::Drawn && known != Use::Retired &&
+           !mUse.compare_exchange_weak(known, use)) {
     }
 }
 
@@ -215,9 +238,10 @@ void PixelStore::expectUnseenBinds() {
 
 EGLImageKHR PixelStore::image() {
     noteUse(Use::Unknown);
+    if (mUse == Use::Retired) return EGL_NO_IMAGE_KHR;
     mViewIsCurrent = false;
     EGLImageKHR image = EGL_NO_IMAGE_KHR;
-    GlThread::get().run([&](const HostContext& host) {
+    GlThread::get().call([&](const HostContext& host) {
         if (mImage == EGL_NO_IMAGE_KHR && driver().eglCreateImageKHR != nullptr) {
             const EGLint attributes[] = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE};
             mImage = driver().eglCreateImageKHR(
@@ -226,6 +250,7 @@ EGLImageKHR PixelStore::image() {
                     attributes);
         }
         image = mImage;
+        return OK;
     });
     return image;
 }

@@ -29,8 +29,8 @@ class PixelStore {
     /// @param width, height in pixels, not 0.
     /// @param keepsView whether the view's memory stays between locks.
     /// @param store gets the pixels, all zeros, on success.
-    /// @return OK, NO_MEMORY for the size, NO_INIT without a driver, UNKNOWN_ERROR if the driver
-    ///     cannot store or draw the format.
+    /// @return OK, NO_MEMORY for the size or for the host itself, NO_INIT without a driver,
+    ///     UNKNOWN_ERROR if the driver cannot store or draw the format.
     static status_t create(uint32_t width, uint32_t height, const FormatInfo& format,
                            bool keepsView, std::shared_ptr<PixelStore>* store);
     ~PixelStore();
@@ -45,6 +45,10 @@ class PixelStore {
     status_t lock(bool forWriting, void** address);
     status_t unlock();
 
+    /// Takes the pixels out of use: there will be no image of them.
+    /// @return INVALID_OPERATION, and they stay in use, if there may be one or there is a lock.
+    status_t retire();
+
     /// The driver's image of the texture, the same at each call: a second one fails on some
     /// drivers, and even after the first was destroyed. EGL_NO_IMAGE_KHR if it cannot be made.
     /// Owned by this.
@@ -58,7 +62,7 @@ class PixelStore {
   private:
     // What clients can do to the pixels. An image that was handed out and never seen bound may have
     // been used in any way.
-    enum class Use { None, Unknown, Sampled, Drawn };
+    enum class Use { None, Unknown, Sampled, Drawn, Retired };
     struct Freed {
         void operator()(uint8_t* bytes) const { std::free(bytes); }
     };

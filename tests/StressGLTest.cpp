@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 
 #include <array>
+#include <atomic>
 #include <future>
 
 #include "support/fixture.h"
@@ -123,7 +124,20 @@ TEST(ProcessGLTest, NoDisplayServerIsNeeded) {
     }
 }
 
-// The child has neither the host's threads nor the driver's: it may only not hang.
+// What is pending stays so in a child, what is new is refused, and it may fork again.
+bool isFineInAChild(const sp<GraphicBuffer>& buffer, const sp<Fence>& fence) {
+    void* address = nullptr;
+    const bool fine = buffer->lock(kRead, &address) == NO_INIT && buffer->unlock() == NO_INIT &&
+                      makeBuffer(1, 1)->initCheck() == NO_INIT &&
+                      property_set("test.child", "1") == 0 && fence->wait(kLongMs) == NO_ERROR;
+    if (fork() == 0) _exit(0);
+    int status = -1;
+    wait(&status);
+    return fine && status == 0;
+}
+
+// The child has neither the host's threads nor the driver's, and finds locked what others had
+// locked: it may only not hang.
 TEST(ProcessGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "ThreadSanitizer never returns from the driver's own join at exit";
@@ -132,14 +146,22 @@ TEST(ProcessGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
         Warm warm;
         auto& [upscaler, src, dst, fence] = warm;
         dst = makeBuffer(256, 256);
+        const sp<GraphicBuffer> busy = makeBuffer(64, 64, PIXEL_FORMAT_RGBA_8888, kSeldomUse);
+        std::atomic<bool> isOver{false};
+        const auto others = {std::async(std::launch::async,
+                                        [&] {
+                                            while (!isOver)
+                                                bytesOf(busy);
+                                        }),
+                             std::async(std::launch::async, [&] {
+                                 while (!isOver)
+                                     property_set("test.busy", "1");
+                             })};
         for (int i = 0; i < 20; ++i) {
             upscaler->casSharpen(src, dst, 0.5f, &fence);
             if (fork() == 0) {
                 alarm(20);
-                // What is pending stays so here; what is new is refused.
-                void* address = nullptr;
-                const bool fine =
-                        src->lock(kRead, &address) != OK && fence->wait(kLongMs) == NO_ERROR;
+                const bool fine = isFineInAChild(busy, fence);
 #ifdef UPSCALER_SANITIZED  // The leak checker would look for the parent's threads.
                 _exit(fine ? 0 : 1);
 #endif
@@ -150,6 +172,7 @@ TEST(ProcessGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
             ASSERT_EQ(status, 0) << "in round " << i;
             ASSERT_EQ(fence->wait(kLongMs), NO_ERROR);
         }
+        isOver = true;
     });
 }
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <thread>
 #include <utility>
@@ -82,9 +84,8 @@ TEST(GraphicBufferGLTest, EveryFormatCarriesPixelsBothWays) {
 // All 65536 values of a format with a conversion of its own, CPU to GPU and back.
 TEST(GraphicBufferGLTest, ConversionsLoseNoValue) {
     for (const PixelFormat format : {PIXEL_FORMAT_RGB_565, PIXEL_FORMAT_RGBA_FP16}) {
-        // One whose memory is not kept from lock to lock.
-        const sp<GraphicBuffer> buffer = makeBuffer(512 / bytesPerPixel(format), 256, format,
-                                                    GraphicBuffer::USAGE_SW_WRITE_RARELY);
+        const sp<GraphicBuffer> buffer =
+                makeBuffer(512 / bytesPerPixel(format), 256, format, kSeldomUse);
         Bytes pixels;
         for (unsigned i = 0; i < 65536; ++i) {
             const bool isNan = format == PIXEL_FORMAT_RGBA_FP16 && (i & 0x7fff) > 0x7c00;
@@ -109,17 +110,19 @@ TEST(GraphicBufferGLTest, StartsAtZeroAndReportsWhatWasAsked) {
     EXPECT_GT(stride, 7 * 3);
 }
 
-TEST(GraphicBufferGLTest, EmptySizesHaveAPixelBehindThem) {
+TEST(GraphicBufferGLTest, EmptySizesHaveBehindThemWhatTheirStrideTells) {
     const GlClient client;
     for (const auto& [width, height] : {std::pair(0U, 0U), std::pair(0U, 7U), std::pair(7U, 0U)}) {
+        const int storedWidth = std::max(int(width), 1);
+        const int storedHeight = std::max(int(height), 1);
         const sp<GraphicBuffer> buffer = makeBuffer(width, height);
         EXPECT_EQ(buffer->initCheck(), OK);
         EXPECT_EQ(buffer->getBounds(), Rect(int(width), int(height)));
         void* address = nullptr;
         ASSERT_EQ(buffer->lock(kWrite, &address), OK);
-        std::memset(address, 255, 4);
+        std::memset(address, 255, size_t{4} * buffer->getStride() * size_t(storedHeight));
         EXPECT_EQ(buffer->unlock(), OK);
-        EXPECT_THAT(client.sample(client.import(buffer), 1, 1), Each(Each(1)));
+        EXPECT_THAT(client.sample(client.import(buffer), storedWidth, storedHeight), Each(Each(1)));
     }
 }
 
@@ -135,7 +138,7 @@ TEST(GraphicBufferGLTest, WhatCannotBeHadIsReportedAndRefused) {
     const std::pair<sp<GraphicBuffer>, status_t> cases[] = {
             {made(tooMuch, 1), NO_MEMORY},
             {made(1, tooMuch), NO_MEMORY},
-            {made(UINT32_MAX, UINT32_MAX), NO_MEMORY},
+            {made(UINT32_MAX, UINT32_MAX), BAD_VALUE},
             {made(4, 4, HAL_PIXEL_FORMAT_YV12), BAD_VALUE},
             {made(4, 4, PIXEL_FORMAT_RGBA_8888, 2), BAD_VALUE},
             {new GraphicBuffer, OK},
@@ -152,7 +155,70 @@ TEST(GraphicBufferGLTest, WhatCannotBeHadIsReportedAndRefused) {
     const sp<GraphicBuffer> good = makeBuffer(4, 4);
     EXPECT_EQ(good->lock(kRead, nullptr), BAD_VALUE);
     EXPECT_EQ(good->lock(GraphicBuffer::USAGE_HW_TEXTURE, &address), BAD_VALUE);
-    EXPECT_EQ(good->lock(kRead, Rect(0, 0, 5, 4), &address), BAD_VALUE);
+    for (const Rect& rect : {Rect(0, 0, 5, 4), Rect(0, -1, 4, 4), Rect(3, 0, 1, 4), Rect()}) {
+        EXPECT_EQ(good->lock(kRead, rect, &address), BAD_VALUE);
+        // Which it does not wait for, since it never signals, but owns.
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        EXPECT_EQ(good->lockAsync(kRead, rect, &address, ends[0]), BAD_VALUE);
+        EXPECT_EQ(close(ends[0]), -1);
+        close(ends[1]);
+    }
+}
+
+TEST(GraphicBufferGLTest, AsyncLocksWaitForTheFence) {
+    const sp<GraphicBuffer> buffer = makeBuffer(1, 1);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    std::atomic<bool> isSignalled{false};
+    std::thread signaller([&] {
+        usleep(20000);
+        isSignalled = true;
+        close(ends[1]);
+    });
+    void* address = nullptr;
+    EXPECT_EQ(buffer->lockAsync(kRead, &address, ends[0]), OK);
+    EXPECT_TRUE(isSignalled);
+    EXPECT_EQ(close(ends[0]), -1);
+    EXPECT_EQ(buffer->unlockAsync(nullptr), OK);
+    signaller.join();
+}
+
+TEST(GraphicBufferGLTest, ReallocatesUntilItIsImported) {
+    const GlClient client;
+    const sp<GraphicBuffer> buffer(new GraphicBuffer(4, 4, PIXEL_FORMAT_RGBA_8888, kRead | kWrite));
+    EXPECT_EQ(GraphicBuffer::from(buffer->getNativeBuffer()), buffer);
+    const uint64_t id = buffer->getId();
+    fill(buffer, 0xFFFFFFFF);
+
+    const auto differs = [&](uint32_t width, PixelFormat format, uint64_t usage) {
+        return buffer->needsReallocation(width, 4, format, 1, usage);
+    };
+    EXPECT_FALSE(differs(4, PIXEL_FORMAT_RGBA_8888, kRead));
+    EXPECT_TRUE(differs(5, PIXEL_FORMAT_RGBA_8888, kRead));
+    EXPECT_TRUE(differs(4, PIXEL_FORMAT_RGB_888, kRead));
+    EXPECT_TRUE(differs(4, PIXEL_FORMAT_RGBA_8888, kAnyUse));
+
+    const auto reallocate = [&](uint32_t width, PixelFormat format = PIXEL_FORMAT_RGBA_8888) {
+        return buffer->reallocate(width, 4, format, 1, kRead | kWrite);
+    };
+    EXPECT_EQ(reallocate(4), OK);
+    EXPECT_THAT(bytesOf(buffer), Each(255));  // As it was.
+    EXPECT_EQ(reallocate(5, PIXEL_FORMAT_RGB_888), OK);
+    EXPECT_EQ(bytesOf(buffer), Bytes(5 * 4 * 3, 0));
+    EXPECT_EQ(reallocate(5, HAL_PIXEL_FORMAT_YV12), BAD_VALUE);
+    EXPECT_EQ(buffer->getBounds(), Rect(0, 0));
+    EXPECT_EQ(errorOf(client.import(buffer)), EGL_BAD_PARAMETER);
+    EXPECT_EQ(reallocate(4), OK);
+    EXPECT_EQ(buffer->getId(), id);
+
+    void* address = nullptr;
+    EXPECT_EQ(buffer->lock(kWrite, &address), OK);
+    EXPECT_EQ(reallocate(3), INVALID_OPERATION);
+    EXPECT_EQ(buffer->unlock(), OK);
+    client.fill(client.import(buffer), {1, 1, 1, 1});
+    EXPECT_EQ(reallocate(3), INVALID_OPERATION);
+    EXPECT_THAT(bytesOf(buffer), Each(255));
 }
 
 TEST(GraphicBufferGLTest, LocksNestAndOnlyWriteLocksKeepChanges) {
@@ -176,7 +242,7 @@ TEST(GraphicBufferGLTest, LocksNestAndOnlyWriteLocksKeepChanges) {
 // Whether the memory of a lock is kept for the next one or not.
 TEST(GraphicBufferGLTest, LocksSeeWhatEitherSideWroteLast) {
     const GlClient client;
-    for (const uint64_t usage : {kAnyUse, uint64_t{GraphicBuffer::USAGE_SW_WRITE_RARELY}}) {
+    for (const uint64_t usage : {kAnyUse, kSeldomUse}) {
         const sp<GraphicBuffer> buffer = makeBuffer(1, 1, PIXEL_FORMAT_RGBA_8888, usage);
         const EGLImageKHR image = client.import(buffer);
         for (const auto round : Bytes{51, 102, 153}) {
@@ -188,6 +254,18 @@ TEST(GraphicBufferGLTest, LocksSeeWhatEitherSideWroteLast) {
             EXPECT_THAT(bytesOf(buffer), Each(255));
         }
     }
+    // Drawn through a texture that was bound before the client sampled.
+    const sp<GraphicBuffer> drawn = makeBuffer(1, 1);
+    const EGLImageKHR imageOfBoth = client.import(drawn);
+    GLint texture = 0;
+    client.fill(imageOfBoth, {1, 1, 1, 1});
+    glGetIntegerv(GL_TEXTURE_BINDING_2D, &texture);
+    EXPECT_THAT(client.sample(imageOfBoth, 1, 1), Each(Each(1)));
+    writeBytes(drawn, Bytes(4, 51));
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, GLuint(texture), 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glFinish();
+    EXPECT_THAT(bytesOf(drawn), Each(255));
     // Drawn through a bind that the host is not told of.
     const sp<GraphicBuffer> sampled = makeBuffer(1, 1);
     const EGLImageKHR image = client.import(sampled);

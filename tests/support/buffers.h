@@ -18,6 +18,9 @@ constexpr uint32_t kWrite = GraphicBuffer::USAGE_SW_WRITE_OFTEN;
 constexpr uint64_t kAnyUse =
         kRead | kWrite | GraphicBuffer::USAGE_HW_TEXTURE | GraphicBuffer::USAGE_HW_RENDER;
 
+// One whose memory is not kept from lock to lock.
+constexpr uint64_t kSeldomUse = GraphicBuffer::USAGE_SW_WRITE_RARELY;
+
 inline sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height,
                                     PixelFormat format = PIXEL_FORMAT_RGBA_8888,
                                     uint64_t usage = kAnyUse) {

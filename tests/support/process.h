@@ -35,6 +35,14 @@ inline size_t residentKiB() {
     return pages * static_cast<size_t>(getpagesize()) / 1024;
 }
 
+// Ends a process made for a test. Its own printer is silent; the parent shows what is on stderr.
+[[noreturn]] inline void exitWithFailures(int unlessFailed = 0) {
+    const auto* const result = ::testing::UnitTest::GetInstance()->current_test_info()->result();
+    for (int i = 0; i < result->total_part_count(); ++i)
+        std::cerr << result->GetTestPartResult(i);
+    exit(result->Failed() ? 1 : unlessFailed);
+}
+
 // Runs `work` in a new process, which ends by way of its exit handlers.
 template <typename Work>
 void inAProcess(const Work& work) {
@@ -42,12 +50,7 @@ void inAProcess(const Work& work) {
     const auto workAndExit = [&] {
         alarm(120);
         work();
-        // Its own printer is silent in such a process; the parent shows what is on stderr.
-        const auto* const result =
-                ::testing::UnitTest::GetInstance()->current_test_info()->result();
-        for (int i = 0; i < result->total_part_count(); ++i)
-            std::cerr << result->GetTestPartResult(i);
-        exit(result->Failed() ? 1 : 0);
+        exitWithFailures();
     };
     EXPECT_EXIT(workAndExit(), ::testing::ExitedWithCode(0), "");
 }

@@ -2,6 +2,7 @@
 #ifndef UPSCALER_HOST_UI_GRAPHICBUFFER_H
 #define UPSCALER_HOST_UI_GRAPHICBUFFER_H
 
+#include <hardware/gralloc.h>
 #include <nativebase/nativebase.h>
 #include <ui/HostExport.h>
 #include <ui/PixelFormat.h>
@@ -31,26 +32,26 @@ class PixelStore;
 class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBase {
   public:
     enum {
-        USAGE_SW_READ_NEVER = 0x00000000,
-        USAGE_SW_READ_RARELY = 0x00000002,
-        USAGE_SW_READ_OFTEN = 0x00000003,
-        USAGE_SW_READ_MASK = 0x0000000f,
+        USAGE_SW_READ_NEVER = GRALLOC_USAGE_SW_READ_NEVER,
+        USAGE_SW_READ_RARELY = GRALLOC_USAGE_SW_READ_RARELY,
+        USAGE_SW_READ_OFTEN = GRALLOC_USAGE_SW_READ_OFTEN,
+        USAGE_SW_READ_MASK = GRALLOC_USAGE_SW_READ_MASK,
 
-        USAGE_SW_WRITE_NEVER = 0x00000000,
-        USAGE_SW_WRITE_RARELY = 0x00000020,
-        USAGE_SW_WRITE_OFTEN = 0x00000030,
-        USAGE_SW_WRITE_MASK = 0x000000f0,
+        USAGE_SW_WRITE_NEVER = GRALLOC_USAGE_SW_WRITE_NEVER,
+        USAGE_SW_WRITE_RARELY = GRALLOC_USAGE_SW_WRITE_RARELY,
+        USAGE_SW_WRITE_OFTEN = GRALLOC_USAGE_SW_WRITE_OFTEN,
+        USAGE_SW_WRITE_MASK = GRALLOC_USAGE_SW_WRITE_MASK,
 
         USAGE_SOFTWARE_MASK = USAGE_SW_READ_MASK | USAGE_SW_WRITE_MASK,
 
-        USAGE_HW_TEXTURE = 0x00000100,
-        USAGE_HW_RENDER = 0x00000200,
-        USAGE_HW_2D = 0x00000400,
-        USAGE_HW_COMPOSER = 0x00000800,
-        USAGE_PROTECTED = 0x00004000,
-        USAGE_CURSOR = 0x00008000,
-        USAGE_HW_VIDEO_ENCODER = 0x00010000,
-        USAGE_HW_MASK = 0x00071f00,
+        USAGE_HW_TEXTURE = GRALLOC_USAGE_HW_TEXTURE,
+        USAGE_HW_RENDER = GRALLOC_USAGE_HW_RENDER,
+        USAGE_HW_2D = GRALLOC_USAGE_HW_2D,
+        USAGE_HW_COMPOSER = GRALLOC_USAGE_HW_COMPOSER,
+        USAGE_PROTECTED = GRALLOC_USAGE_PROTECTED,
+        USAGE_CURSOR = GRALLOC_USAGE_CURSOR,
+        USAGE_HW_VIDEO_ENCODER = GRALLOC_USAGE_HW_VIDEO_ENCODER,
+        USAGE_HW_MASK = GRALLOC_USAGE_HW_MASK,
     };
 
     using RefBase::decStrong;
@@ -61,18 +62,35 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
 
     /// Makes the pixels; ask `initCheck` whether that worked. On failure all sizes are reported
     /// as 0.
-    /// @param inWidth, inHeight in pixels. If either is 0, one pixel stands behind it, and the
-    ///     size is reported as asked.
+    /// @param inWidth, inHeight in pixels. One that is 0 is reported so, and stored as 1.
     /// @param inLayerCount 0 and 1 mean one layer; more are not to be had.
     /// @param inUsage reported by `getUsage`; the host enforces none of it. If it has
     ///     USAGE_SW_READ_OFTEN or USAGE_SW_WRITE_OFTEN, the memory behind `lock` is kept.
     /// @param requestorName for the log line of a failure.
     GraphicBuffer(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat, uint32_t inLayerCount,
                   uint64_t inUsage, std::string requestorName = "<Unknown>");
+    /// As above, of one layer.
+    GraphicBuffer(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat, uint32_t inUsage,
+                  std::string requestorName = "<Unknown>");
 
-    /// OK, or why there are no pixels: BAD_VALUE for a format or layer count that is not to be had,
-    /// NO_MEMORY for a size, NO_INIT without a working driver.
+    /// The buffer of a `getNativeBuffer()`; null for null.
+    static sp<GraphicBuffer> from(ANativeWindowBuffer* native);
+
+    /// OK, or why there are no pixels: BAD_VALUE for a format or layer count that is not to be had
+    /// or a size whose bytes cannot be counted, NO_MEMORY for another size or without memory for
+    /// the host itself, NO_INIT without a working driver and in a forked child.
     status_t initCheck() const { return mInitCheck; }
+
+    /// Replaces the pixels by new ones, all zeros, as the constructor makes them; does nothing if
+    /// the buffer is just as asked. No other thread may use the buffer meanwhile. The id stays.
+    /// @return what `initCheck` then does; INVALID_OPERATION, and nothing is changed, under a lock
+    ///     or once the buffer was imported: clients know images by the native buffer, and would go
+    ///     on with the old pixels.
+    status_t reallocate(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat,
+                        uint32_t inLayerCount, uint64_t inUsage);
+    /// Whether the buffer differs from what is asked, or lacks a bit of `inUsage`.
+    bool needsReallocation(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat,
+                           uint32_t inLayerCount, uint64_t inUsage);
 
     /// What the constructor was asked for; sizes in pixels, and 0 after a failure.
     /// @{
@@ -100,16 +118,18 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// @param vaddr not null; gets the first row's address, good until the last unlock, or null.
     /// @param outBytesPerPixel, outBytesPerStride get the bytes of a pixel and of a row; may be
     ///     null.
-    /// @return OK; BAD_VALUE for no pixels, no USAGE_SW_* bit, a null `vaddr` or a rectangle that
-    ///     leaves the bounds; NO_INIT once the process is on its way out; UNKNOWN_ERROR from GL.
+    /// @return OK; BAD_VALUE for no pixels, no USAGE_SW_* bit, a null `vaddr`, or a rectangle that
+    ///     is invalid or leaves the bounds; NO_MEMORY; NO_INIT once the process is on its way out
+    ///     and in a forked child; UNKNOWN_ERROR from GL.
     status_t lock(uint32_t inUsage, void** vaddr, int32_t* outBytesPerPixel = nullptr,
                   int32_t* outBytesPerStride = nullptr);
     /// As above. `rect`, in pixels, tells what will be touched; the address is still the first
     /// row's.
     status_t lock(uint32_t inUsage, const Rect& rect, void** vaddr,
                   int32_t* outBytesPerPixel = nullptr, int32_t* outBytesPerStride = nullptr);
-    /// As `lock`, after waiting for `fenceFd` (-1 for none), which this call owns and closes.
-    /// Returns what `Fence::waitForever` does if the wait fails.
+    /// As `lock`, after waiting for `fenceFd` (-1 for none), which this call owns and closes in any
+    /// case. Waits only for what can be locked. Returns what `Fence::waitForever` does if the wait
+    /// fails.
     status_t lockAsync(uint32_t inUsage, void** vaddr, int fenceFd,
                        int32_t* outBytesPerPixel = nullptr, int32_t* outBytesPerStride = nullptr);
     /// As above, for a part.
@@ -117,17 +137,23 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
                        int32_t* outBytesPerPixel = nullptr, int32_t* outBytesPerStride = nullptr);
 
     /// Ends a lock. If any lock of the view was for writing, the GPU has the pixels on return.
-    /// @return OK, also without a lock; NO_INIT or UNKNOWN_ERROR if the pixels did not get there.
+    /// @return OK, also without a lock; NO_MEMORY, NO_INIT or UNKNOWN_ERROR if the pixels did not
+    ///     get there: the lock is over all the same.
     status_t unlock();
-    /// As `unlock`. The pixels are there on return, so `*fenceFd` (not null) becomes -1.
+    /// As `unlock`. The pixels are there on return, so `*fenceFd` becomes -1; may be null.
     status_t unlockAsync(int* fenceFd);
 
   private:
     ~GraphicBuffer() override;
     void onFirstRef() override;
 
+    void init(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat, uint32_t inLayerCount,
+              uint64_t inUsage, const char* requestorName);
     status_t allocate(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat,
                       uint32_t inLayerCount, uint64_t inUsage);
+    void fail(status_t status);
+    void enlist();
+    status_t checkLock(uint32_t inUsage, const Rect& rect, void** vaddr) const;
 
     uint64_t mId;
     status_t mInitCheck = OK;
