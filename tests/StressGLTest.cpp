@@ -185,6 +185,8 @@ TEST(ProcessGLTest, OutOfDescriptorsTheFenceIsInvalidAndTheRestGoesOn) {
         getrlimit(RLIMIT_NOFILE, &before);
         const rlimit none = {0, before.rlim_max};
         ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+        sp<Fence> stocked;  // Of the descriptors that the host may have ready for the next fence.
+        upscaler->casSharpen(src, dst, 0.5f, &stocked);
         for (const OperationRow& row : operations()) {
             sp<Fence> fence;
             ((*upscaler).*row.call)(src, dst, 0.5f, &fence);
