@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <exception>
 
-#include "failure.h"
-#include "output_file.h"
-#include "picture.h"
-#include "png_file.h"
+#include "common/failure.h"
+#include "common/output_file.h"
+#include "pictures/picture.h"
+#include "pictures/png_file.h"
 #include "sample/scene.h"
 
 namespace {

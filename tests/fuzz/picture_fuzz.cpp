@@ -3,8 +3,8 @@
 #include <zlib.h>
 
 #include "memory_file.h"
-#include "tools/failure.h"
-#include "tools/picture_file.h"
+#include "tools/common/failure.h"
+#include "tools/pictures/picture_file.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files of each format, and what goes from one to another.
-#include "tools/picture_file.h"
+#include "tools/pictures/picture_file.h"
 
 #include <gmock/gmock.h>
 #include <png.h>
@@ -12,8 +12,8 @@
 
 #include "fuzz/memory_file.h"
 #include "painted.h"
-#include "tools/alpha.h"
-#include "tools/failure.h"
+#include "tools/common/failure.h"
+#include "tools/pictures/alpha.h"
 
 namespace {
 

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "gpu/operations.h"
+
+#include <limits>
+
+namespace upscale {
+namespace {
+
+using android::Upscaler;
+
+constexpr SharpnessScale kStops = {0.0f, std::numeric_limits<float>::infinity(),
+                                   "in stops: 0 strongest, each +1 halves it"};
+constexpr SharpnessScale kShare = {0.0f, 1.0f, "0 to 1: 0 strongest, 1 weakest"};
+
+}  // namespace
+
+// The default sharpness brings the sample picture, doubled, closest to the same scene drawn at
+// double size. Where the closest is an end of the scale (nea, casv, cas-sharpen) it stops short.
+// clang-format off
+const std::array<Operation, 6> kOperations = {{
+    {"fsr", &Upscaler::fsrResize, "edge-adaptive upscaling, then sharpening", &kStops, 0.5f},
+    {"nea", &Upscaler::neaResize, "nearest pixel, then sharpening: keeps hard pixels", &kStops, 2.0f},
+    {"cas-sharpen", &Upscaler::casSharpen, "sharpening; a new size comes from linear scaling", &kShare, 0.5f},
+    {"cas", &Upscaler::casResize, "scaling and sharpening in one step", &kShare, 0.25f},
+    {"casv", &Upscaler::casvUpscale, "as cas, on brightness only: colours come unmixed from the nearest pixel", &kShare, 0.25f},
+    {"cast", &Upscaler::casTUpscale, "as cas, cheaper and with a stronger range", &kShare, 0.5f},
+}};
+// clang-format on
+
+const Operation* findOperation(const std::string& name) {
+    for (const Operation& operation : kOperations) {
+        if (name == operation.name) return &operation;
+    }
+    return nullptr;
+}
+
+}  // namespace upscale

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// Between a stream's frames and the RGBA pixels that the GPU takes.
+#ifndef UPSCALER_TOOLS_VIDEO_FRAME_CONVERSION_H
+#define UPSCALER_TOOLS_VIDEO_FRAME_CONVERSION_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "video/frame_format.h"
+
+namespace upscale {
+
+/// Pixels of four bytes (R, G, B, A) in someone's memory.
+template <typename Byte>
+struct PixelRows {
+    Byte* data;
+    std::size_t stride;  ///< In bytes.
+
+    Byte* row(std::size_t y) const { return data + y * stride; }
+};
+
+/// Memory for a frame, aligned so that conversions need no copies.
+class FrameMemory {
+  public:
+    explicit FrameMemory(std::size_t bytes);
+
+    std::uint8_t* data() const { return mData.get(); }
+
+  private:
+    struct Free {
+        void operator()(void* memory) const { std::free(memory); }
+    };
+    std::unique_ptr<std::uint8_t, Free> mData;
+};
+
+/// Whether any pixel of a raw frame is less than opaque.
+bool isTransparent(const std::uint8_t* frame, std::size_t bytes);
+
+class ConversionGraph;
+
+/// Makes pixels of frames, with the edge repeated around them. One thread at a time.
+class FrameDecoder {
+  public:
+    /// @param padX, padY the pixels to add on the left and right, above and below. Throws
+    ///     `Failure`.
+    FrameDecoder(const FrameFormat& format, std::uint32_t padX, std::uint32_t padY);
+    ~FrameDecoder();
+
+    /// @param frame in the format. @param pixels of its size with the padding; opaque, but for raw
+    ///     frames, whose alpha is copied.
+    void decode(const std::uint8_t* frame, PixelRows<std::uint8_t> pixels);
+
+  private:
+    FrameFormat mFormat;
+    std::uint32_t mPadX;
+    std::uint32_t mPadY;
+    std::unique_ptr<ConversionGraph> mGraph;  // None for raw frames.
+};
+
+/// Makes frames of pixels. One thread at a time.
+class FrameEncoder {
+  public:
+    /// Throws `Failure`.
+    explicit FrameEncoder(const FrameFormat& format);
+    ~FrameEncoder();
+
+    /// @param pixels of the frame's size; alpha is not looked at, but copied to raw frames.
+    void encode(PixelRows<const std::uint8_t> pixels, std::uint8_t* frame);
+
+  private:
+    FrameFormat mFormat;
+    std::unique_ptr<ConversionGraph> mGraph;  // None for raw frames.
+};
+
+}  // namespace upscale
+
+#endif  // UPSCALER_TOOLS_VIDEO_FRAME_CONVERSION_H
