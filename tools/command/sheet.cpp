@@ -10,12 +10,12 @@
 #include <utility>
 #include <vector>
 
+#include "command/stroke_font.h"
 #include "common/failure.h"
 #include "common/output_file.h"
 #include "gpu/library_log.h"
 #include "gpu/scaler.h"
 #include "pictures/picture_file.h"
-#include "sample/stroke_font.h"
 
 namespace upscale {
 namespace {
@@ -67,7 +67,7 @@ void drawText(Picture& sheet, std::uint32_t left, std::uint32_t top, std::string
     constexpr double kHeight = 6;
     std::transform(words.begin(), words.end(), words.begin(),
                    [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    const sample::Text text = {words, {face.unit, face.unit}, face.unit, face.stroke};
+    const Text text = {words, {face.unit, face.unit}, face.unit, face.stroke};
     const auto width = static_cast<std::uint32_t>(
             std::ceil((static_cast<double>(words.size()) * kAdvance + 1) * face.unit));
     const auto height = static_cast<std::uint32_t>(std::ceil((kHeight + 2) * face.unit));
@@ -75,8 +75,8 @@ void drawText(Picture& sheet, std::uint32_t left, std::uint32_t top, std::string
         for (std::uint32_t x = 0; x < width && left + x < sheet.width; ++x) {
             int covered = 0;
             for (int i = 0; i < kSamples * kSamples; ++i) {
-                const sample::Point p = {x + (i % kSamples + 0.5) / kSamples,
-                                         y + (i / kSamples + 0.5) / kSamples};
+                const Point p = {x + (i % kSamples + 0.5) / kSamples,
+                                 y + (i / kSamples + 0.5) / kSamples};
                 covered += onText(p, text) ? 1 : 0;
             }
             put(sheet, left + x, top + y,

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "stroke_font.h"
+#include "command/stroke_font.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 
-namespace sample {
+namespace upscale {
 namespace {
 
-constexpr int kAdvance = 6;
+constexpr double kAdvance = 6;
 constexpr double kHeight = 6;
 
 // The pen's path: pairs of digits are points x (0 to 4, rightwards) and y (0 to 6, downwards), a
@@ -56,6 +58,15 @@ std::string_view pathOf(char c) {
     return {};
 }
 
+// Whether `p` is on the line from `a` to `b`, drawn `width` wide with round ends.
+bool onLine(Point p, Point a, Point b, double width) {
+    const Point d = {b.x - a.x, b.y - a.y};
+    const double length = d.x * d.x + d.y * d.y;
+    const double along = length > 0 ? ((p.x - a.x) * d.x + (p.y - a.y) * d.y) / length : 0;
+    const double t = std::clamp(along, 0.0, 1.0);
+    return std::hypot(p.x - a.x - d.x * t, p.y - a.y - d.y * t) < width / 2;
+}
+
 bool onPath(Point p, std::string_view path, double stroke) {
     const auto point = [&path](std::size_t i) {
         return Point{static_cast<double>(path[i] - '0'), static_cast<double>(path[i + 1] - '0')};
@@ -76,10 +87,10 @@ bool onText(Point p, const Text& text) {
     // The pen reaches half its width past the letters' box.
     const Point at = {(p.x - text.topLeft.x) / text.unit, (p.y - text.topLeft.y) / text.unit};
     if (at.y < -1 || at.y > kHeight + 1) return false;
-    const std::int64_t index = floorOf((at.x + 1) / kAdvance);
-    if (index < 0 || index >= static_cast<std::int64_t>(text.words.size())) return false;
-    const Point inLetter = {at.x - static_cast<double>(index * kAdvance), at.y};
-    return onPath(inLetter, pathOf(text.words[static_cast<std::size_t>(index)]), text.stroke);
+    const double index = std::floor((at.x + 1) / kAdvance);
+    if (index < 0 || index >= static_cast<double>(text.words.size())) return false;
+    return onPath({at.x - index * kAdvance, at.y},
+                  pathOf(text.words[static_cast<std::size_t>(index)]), text.stroke);
 }
 
-}  // namespace sample
+}  // namespace upscale

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef UPSCALER_TOOLS_SAMPLE_STROKE_FONT_H
-#define UPSCALER_TOOLS_SAMPLE_STROKE_FONT_H
+#ifndef UPSCALER_TOOLS_COMMAND_STROKE_FONT_H
+#define UPSCALER_TOOLS_COMMAND_STROKE_FONT_H
 
 #include <string_view>
 
-#include "geometry.h"
+namespace upscale {
 
-namespace sample {
+struct Point {
+    double x;
+    double y;
+};
 
 /// A line of capitals, digits and - . , :
 struct Text {
@@ -19,6 +22,6 @@ struct Text {
 /// Whether `p` is on a letter of the text.
 bool onText(Point p, const Text& text);
 
-}  // namespace sample
+}  // namespace upscale
 
-#endif  // UPSCALER_TOOLS_SAMPLE_STROKE_FONT_H
+#endif  // UPSCALER_TOOLS_COMMAND_STROKE_FONT_H
