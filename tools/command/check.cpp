@@ -7,8 +7,7 @@
 #include <string>
 
 #include "gpu/library_log.h"
-#include "gpu/runner.h"
-#include "pictures/border.h"
+#include "gpu/scaler.h"
 
 namespace upscale {
 namespace {
@@ -20,17 +19,17 @@ constexpr std::uint32_t kScale = 2;
 // Every pixel whose index is a multiple of this, which the result's width is not.
 constexpr std::size_t kStride = 7;
 
-struct Row {
-    const char* operation;
+struct Expected {
+    std::string operation;
     int tolerance;       // steps of 255
-    const char* values;  // three bytes a pixel, in hexadecimal
+    std::string values;  // three bytes a pixel, in hexadecimal
 };
 
 // What Mesa 22.3's llvmpipe gives at the default sharpness. ANGLE over SwiftShader was measured 3
 // steps off at most (cas-sharpen), and 2 in fsr: a driver may round an 8-bit intermediate value the
 // other way, which sharpening makes more of. A step of hue is up to 6 in casv, and cast asks for
 // medium precision only. A broken driver is off by far more.
-constexpr Row kRows[] = {
+const Expected kExpected[] = {
 #include "command/check_values.inc"
 };
 
@@ -72,14 +71,12 @@ std::vector<int> valuesOf(const std::string& text) {
     return values;
 }
 
-// The tile, scaled with a border, so that nothing outside the picture counts.
-Picture scaledTile(Runner& runner, const Operation& operation) {
-    const Picture source = tile();
-    const Padding x = paddingFor(kWidth, kWidth * kScale);
-    const Padding y = paddingFor(kHeight, kHeight * kScale);
-    const Size to = {kWidth * kScale + 2 * x.destination, kHeight * kScale + 2 * y.destination};
-    return cropped(runner.run(padded(source, x.source, y.source), to, operation.defaultSharpness),
-                   x.destination, y.destination);
+// Those of an operation that has none yet are empty: its results count as wrong.
+Expected expectedOf(const Operation& operation) {
+    for (const Expected& expected : kExpected) {
+        if (expected.operation == operation.name) return expected;
+    }
+    return {operation.name, 0, ""};
 }
 
 const char* text(const void* string) {
@@ -127,57 +124,57 @@ void printDriver() {
 }
 
 // Empty, or what is wrong.
-std::string compare(const Row& row, const Picture& picture, int& worst) {
-    const std::vector<int> expected = valuesOf(std::string(row.values));
+std::string compare(const Expected& expected, const Picture& picture, int& worst) {
+    const std::vector<int> wanted = valuesOf(expected.values);
     const std::vector<int> actual = valuesOf(picture);
-    if (expected.size() != actual.size()) return "no values to compare with";
-    worst = 0;
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        worst = std::max(worst, std::abs(expected[i] - actual[i]));
+    if (wanted.size() != actual.size()) return "no values to compare with";
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        worst = std::max(worst, std::abs(wanted[i] - actual[i]));
     }
-    return worst <= row.tolerance ? "" : "the pixels are wrong";
+    return worst <= expected.tolerance ? "" : "the pixels are wrong";
 }
 
-void printValues(const Row& row, const Picture& picture) {
-    std::printf("{\"%s\", %d, \"", row.operation, row.tolerance);
+void printValues(const Expected& expected, const Picture& picture) {
+    std::printf("{\"%s\", %d, \"", expected.operation.c_str(), expected.tolerance);
     for (const int value : valuesOf(picture)) {
         std::printf("%02x", static_cast<unsigned>(value));
     }
     std::puts("\"},");
 }
 
-bool checkOperation(const Row& row, LibraryLog& log, bool first, bool verbose) {
-    const Operation& operation = *findOperation(row.operation);
-    Runner runner(operation, log);
-    if (first) printDriver();
+bool checkOperation(const Operation& operation, LibraryLog& log, Report& report) {
+    const Expected expected = expectedOf(operation);
+    // With a border, so that nothing outside the picture counts.
+    Scaler scaler(operation, Border::Pad, log, report);
+    if (&operation == &kOperations.front()) printDriver();
     std::string fault;
     std::string measured;
     try {
-        const Picture picture = scaledTile(runner, operation);
+        const Size from = {kWidth, kHeight};
+        const ScalePlan plan = scaler.plan(from, {kWidth * kScale, kHeight * kScale});
+        const Picture picture = scaler.scale(tile(), plan, operation.defaultSharpness);
         int worst = 0;
-        fault = compare(row, picture, worst);
+        fault = compare(expected, picture, worst);
         measured = ", off by " + std::to_string(worst) + " of 255 at most, " +
-                   std::to_string(row.tolerance) + " allowed";
-        if (verbose) printValues(row, picture);
+                   std::to_string(expected.tolerance) + " allowed";
+        if (report.verbose()) printValues(expected, picture);
     } catch (const DriverLost&) {
         throw;  // The others would wait as long.
     } catch (const Failure& failure) {
         fault = failure.what();
     }
-    printFact(row.operation, (fault.empty() ? "right" : "WRONG: " + fault) + measured);
+    printFact(operation.name, (fault.empty() ? "right" : "WRONG: " + fault) + measured);
     return fault.empty();
 }
 
 }  // namespace
 
-Exit check(bool verbose) try {
-    LibraryLog log(verbose);
+Exit check(Report& report) try {
+    LibraryLog log(report.verbose());
     std::string wrong;
-    bool first = true;
-    for (const Row& row : kRows) {
-        if (!checkOperation(row, log, first, verbose))
-            wrong += (wrong.empty() ? "" : ", ") + std::string(row.operation);
-        first = false;
+    for (const Operation& operation : kOperations) {
+        if (!checkOperation(operation, log, report))
+            wrong += (wrong.empty() ? "" : ", ") + std::string(operation.name);
     }
     if (wrong.empty()) {
         std::puts("This machine's driver can be trusted: every operation gives the right pixels.");

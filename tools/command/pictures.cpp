@@ -60,7 +60,7 @@ class Job {
     void scale(Scaler& scaler) {
         scaler.expectFits(mInput, mFrom);
         scaler.expectFits(mOutput, mTo);
-        mFrame = scaler.frameFor(mFrom, mTo);
+        mPlan = scaler.plan(mFrom, mTo);
         Stopwatch watch;
         Picture source = mReader->read();
         if (mFormat == Format::Jpeg && hasTransparency(source)) {
@@ -74,7 +74,7 @@ class Job {
         }
         mReader.reset();
         mReadTime = watch.lap();
-        mResult = scaler.scale(std::move(source), mFrame, mArguments.sharpness);
+        mResult = scaler.scale(std::move(source), mPlan, mArguments.sharpness);
         mDriver = scaler.driver();
         mTimes = scaler.takeTimes();
     }
@@ -94,8 +94,8 @@ class Job {
         std::snprintf(
                 line, sizeof(line), "%s, sharpness %g: %s to %s (with its border, %s to %s)%s",
                 mArguments.operation->name, static_cast<double>(mArguments.sharpness),
-                inPixels(mFrom).c_str(), inPixels(mTo).c_str(), inPixels(mFrame.from).c_str(),
-                inPixels(mFrame.to).c_str(), hasTransparency(mResult) ? ", with transparency" : "");
+                inPixels(mFrom).c_str(), inPixels(mTo).c_str(), inPixels(mPlan.from).c_str(),
+                inPixels(mPlan.to).c_str(), hasTransparency(mResult) ? ", with transparency" : "");
         mReport.note("driver: " + mDriver);
         mReport.note(line);
         std::snprintf(line, sizeof(line),
@@ -113,7 +113,7 @@ class Job {
     std::unique_ptr<PictureReader> mReader;
     Format mFormat;
     Size mFrom, mTo;
-    Frame mFrame = {};
+    ScalePlan mPlan = {};
     std::unique_ptr<OutputFile> mFile;
     Picture mResult;
     std::string mDriver;

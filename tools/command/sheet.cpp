@@ -104,15 +104,6 @@ void drawPicture(Picture& sheet, std::uint32_t left, std::uint32_t top, const Pi
     }
 }
 
-Picture partOf(const Picture& picture, const Part& part) {
-    Picture result(part.size.width, part.size.height);
-    for (std::uint32_t y = 0; y < part.size.height; ++y) {
-        std::copy_n(picture.row(part.y + y) + std::size_t{part.x} * Picture::kChannels,
-                    result.rowBytes(), result.row(y));
-    }
-    return result;
-}
-
 // The part at the output's size, each pixel the source's nearest to it.
 Picture nearestPart(const Picture& source, Size to, const Part& part) {
     Picture result(part.size.width, part.size.height);
@@ -255,14 +246,15 @@ class Sheet {
         if (mCells.empty()) {
             scaler.expectFits(mInput, mFrom);
             scaler.expectFits("the output", mTo);
-            mFrame = scaler.frameFor(mFrom, mTo);
+            mPlan = scaler.plan(mFrom, mTo);
             mSource = mReader->read();
             mCells.push_back({"source", "nearest pixel", nearestPart(mSource, mTo, mPart)});
             if (mReport.verbose()) mReport.note("driver: " + scaler.driver());
         }
         for (const float value : values) {
-            mCells.push_back({operation.name, sharpnessText(value),
-                              partOf(scaler.scale(mSource, mFrame, value), mPart)});
+            mCells.push_back(
+                    {operation.name, sharpnessText(value),
+                     partOf(scaler.scale(mSource, mPlan, value), mPart.x, mPart.y, mPart.size)});
         }
     }
 
@@ -303,7 +295,7 @@ class Sheet {
     Crop mCrop;
     Part mPart;
     std::uint32_t mZoom;
-    Frame mFrame = {};
+    ScalePlan mPlan = {};
     Picture mSource;
     std::vector<Cell> mCells;
 };

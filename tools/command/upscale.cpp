@@ -32,7 +32,7 @@ Exit run(const Arguments& arguments, Report& report) {
             scaleVideo(arguments, report);
             break;
         case kCheck:
-            return check(arguments.verbose);
+            return check(report);
         case kText:
             break;
     }

@@ -50,7 +50,7 @@ std::optional<std::uint64_t> frameCount(const FileSource& source, const FrameRea
     return source.size() / (reader.header().format.bytes() + header);
 }
 
-void tell(const Arguments& arguments, const std::string& driver, const Frame& frame,
+void tell(const Arguments& arguments, const std::string& driver, const ScalePlan& plan,
           const FrameTimes& times, double milliseconds, Report& report) {
     const auto frames = static_cast<double>(std::max<std::uint64_t>(times.frames, 1));
     char line[256];
@@ -58,8 +58,8 @@ void tell(const Arguments& arguments, const std::string& driver, const Frame& fr
     std::snprintf(line, sizeof(line), "%s, sharpness %g: %llu frames, %.1f a second",
                   arguments.operation->name, static_cast<double>(arguments.sharpness),
                   static_cast<unsigned long long>(times.frames), frames * 1000 / milliseconds);
-    report.note(std::string(line) + "; with the border, " + inPixels(frame.from) + " to " +
-                inPixels(frame.to));
+    report.note(std::string(line) + "; with the border, " + inPixels(plan.from) + " to " +
+                inPixels(plan.to));
     std::snprintf(line, sizeof(line),
                   "ms a frame, side by side: read %.1f, convert %.1f, upload %.1f | starved %.1f, "
                   "call %.1f | GPU %.1f, download %.1f, convert %.1f, write %.1f",
@@ -91,10 +91,10 @@ void scaleVideo(const Arguments& arguments, Report& report) {
 
     const std::string output = file ? arguments.output : "standard output";
     LibraryLog log(arguments.verbose);
-    Scaler scaler(*arguments.operation, arguments.border, log, report);
-    scaler.expectFits(source.name(), size);
-    scaler.expectFits(output, scaled);
-    const Frame frame = scaler.frameFor(size, scaled);
+    Runner runner(*arguments.operation, log);
+    runner.expectFits(source.name(), size);
+    runner.expectFits(output, scaled);
+    const ScalePlan plan = planScaling(runner, arguments.border, size, scaled, report);
 
     ByteSink sink(output, file ? fileno(file->open()) : STDOUT_FILENO);
     if (!reader->isRaw()) {
@@ -104,15 +104,14 @@ void scaleVideo(const Arguments& arguments, Report& report) {
     }
     report.startProgress("frames", frameCount(source, *reader));
     Stopwatch watch;
-    const FrameTimes times =
-            workFrames(scaler.runner(), {*reader, sink, from, to, frame, arguments.sharpness,
-                                         [&] { source.cancel(); },
-                                         [&](std::uint64_t frames) { report.progress(frames); }});
+    const FrameTimes times = workFrames(
+            runner, {*reader, sink, from, to, plan, arguments.sharpness, [&] { source.cancel(); },
+                     [&](std::uint64_t frames) { report.progress(frames); }});
     report.endProgress();
     if (file) file->commit();
     if (times.alphaLost)
         report.warning(source.name() + ": frames are transparent in parts, which no result is");
-    if (report.verbose()) tell(arguments, scaler.driver(), frame, times, watch.lap(), report);
+    if (report.verbose()) tell(arguments, runner.driver(), plan, times, watch.lap(), report);
 }
 
 }  // namespace upscale

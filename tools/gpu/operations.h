@@ -4,8 +4,8 @@
 
 #include <upscaler/upscaler.h>
 
-#include <array>
 #include <string>
+#include <vector>
 
 namespace upscale {
 
@@ -28,7 +28,7 @@ struct Operation {
     float defaultSharpness;
 };
 
-extern const std::array<Operation, 6> kOperations;
+extern const std::vector<Operation> kOperations;
 
 /// @return null if there is none of that name.
 const Operation* findOperation(const std::string& name);

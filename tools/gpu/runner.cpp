@@ -79,6 +79,17 @@ void Runner::start() {
     mLargestSide = static_cast<std::uint32_t>(side);
 }
 
+bool Runner::fits(Size size) const {
+    return std::max(size.width, size.height) <= mLargestSide;
+}
+
+void Runner::expectFits(const std::string& name, Size size) const {
+    if (fits(size)) return;
+    throw Failure(Exit::Failed, name,
+                  inPixels(size) + " is too large: the driver takes " +
+                          std::to_string(mLargestSide) + " pixels a side");
+}
+
 Runner::Buffers& Runner::buffersFor(Size from, Size to) {
     std::uint64_t pixels = from.pixels() + to.pixels();
     for (Buffers& buffers : mBuffers) {

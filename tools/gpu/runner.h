@@ -43,8 +43,10 @@ class Runner {
 
     /// The driver's name and version.
     const std::string& driver() const { return mDriver; }
-    /// The longest side, in pixels, that the driver can take.
-    std::uint32_t largestSide() const { return mLargestSide; }
+    /// Whether the driver takes pictures of this size.
+    bool fits(Size size) const;
+    /// Checks that. @param name what `Failure` shall name.
+    void expectFits(const std::string& name, Size size) const;
 
     /// Runs the operation on a picture.
     /// @param size of the result.

@@ -13,11 +13,14 @@
 
 namespace upscale {
 
-/// A picture's sizes with what is added at its edges.
-struct Frame {
+/// The sizes that the library gets to see, and what of them is padding.
+struct ScalePlan {
     Padding x, y;
     Size from, to;
 };
+
+/// Plans a scaling on the driver of `runner`. Warns if there is no room for a border.
+ScalePlan planScaling(const Runner& runner, Border border, Size from, Size to, Report& report);
 
 /// One operation on whole pictures: with their border and their transparency, neither of which the
 /// library knows. To be used on one thread. Members throw `Failure`.
@@ -27,28 +30,25 @@ class Scaler {
     Scaler(const Operation& operation, Border border, LibraryLog& log, Report& report)
         : mBorder(border), mReport(report), mRunner(operation, log) {}
 
-    /// What runs the operation on padded pictures.
-    Runner& runner() { return mRunner; }
     /// The driver's name and version.
     const std::string& driver() const { return mRunner.driver(); }
 
     /// Checks that the driver takes pictures of this size.
     /// @param name what `Failure` shall name.
-    void expectFits(const std::string& name, Size size) const;
+    void expectFits(const std::string& name, Size size) const { mRunner.expectFits(name, size); }
 
-    /// The sizes that the library gets to see. Warns if there is no room for a border.
-    Frame frameFor(Size from, Size to);
+    ScalePlan plan(Size from, Size to) const {
+        return planScaling(mRunner, mBorder, from, to, mReport);
+    }
 
     /// Runs the operation.
-    /// @param frame of the source's size.
-    Picture scale(Picture source, const Frame& frame, float sharpness);
+    /// @param plan of the source's size.
+    Picture scale(Picture source, const ScalePlan& plan, float sharpness);
 
     /// Where the time went since the last call.
     Times takeTimes() { return mRunner.takeTimes(); }
 
   private:
-    bool fits(Size size) const;
-
     Border mBorder;
     Report& mReport;
     Runner mRunner;

@@ -7,34 +7,6 @@
 #include <utility>
 
 namespace upscale {
-namespace {
-
-// The one way from a picture to a larger or smaller frame around the same centre: both sides grow
-// by `x` and `y`, which may be negative, at each end.
-Picture reframed(Picture picture, std::int64_t x, std::int64_t y) {
-    if (x == 0 && y == 0) return picture;
-    Picture result(static_cast<std::uint32_t>(picture.width + 2 * x),
-                   static_cast<std::uint32_t>(picture.height + 2 * y));
-    result.grey = picture.grey;
-    result.tags = picture.tags;
-    const std::int64_t lastX = std::int64_t{picture.width} - 1;
-    const std::int64_t lastY = std::int64_t{picture.height} - 1;
-    for (std::int64_t row = 0; row < result.height; ++row) {
-        const auto sourceRow =
-                static_cast<std::size_t>(std::clamp<std::int64_t>(row - y, 0, lastY));
-        const std::uint8_t* from = picture.row(sourceRow);
-        std::uint8_t* to = result.row(static_cast<std::size_t>(row));
-        for (std::int64_t column = 0; column < result.width; ++column, to += Picture::kChannels) {
-            const std::int64_t at = std::clamp<std::int64_t>(column - x, 0, lastX);
-            std::copy_n(from + static_cast<std::size_t>(at) * Picture::kChannels,
-                        Picture::kChannels, to);
-        }
-    }
-    return result;
-}
-
-}  // namespace
-
 Padding paddingFor(std::uint32_t from, std::uint32_t to) {
     // The last pass reads one destination pixel beyond the edge, and the scaling reads up to two
     // source pixels past the one at that pixel's position.
@@ -60,12 +32,43 @@ Padding paddingFor(std::uint32_t from, std::uint32_t to) {
     return grows ? Padding{best, onOther(best)} : Padding{onOther(best), best};
 }
 
-Picture padded(Picture picture, std::uint32_t x, std::uint32_t y) {
-    return reframed(std::move(picture), x, y);
+void repeatEdges(PixelRows<std::uint8_t> pixels, Size inner, std::uint32_t x, std::uint32_t y) {
+    const std::uint32_t right = x + inner.width - 1;
+    const std::uint32_t bottom = y + inner.height - 1;
+    for (std::uint32_t row = y; row <= bottom; ++row) {
+        for (std::uint32_t i = 1; i <= x; ++i) {
+            std::copy_n(pixels.pixel(x, row), kPixelBytes, pixels.pixel(x - i, row));
+            std::copy_n(pixels.pixel(right, row), kPixelBytes, pixels.pixel(right + i, row));
+        }
+    }
+    const std::size_t wholeRow = (std::size_t{inner.width} + 2 * std::size_t{x}) * kPixelBytes;
+    for (std::uint32_t i = 1; i <= y; ++i) {
+        std::copy_n(pixels.row(y), wholeRow, pixels.row(y - i));
+        std::copy_n(pixels.row(bottom), wholeRow, pixels.row(bottom + i));
+    }
 }
 
-Picture cropped(Picture picture, std::uint32_t x, std::uint32_t y) {
-    return reframed(std::move(picture), -std::int64_t{x}, -std::int64_t{y});
+Picture padded(Picture picture, std::uint32_t x, std::uint32_t y) {
+    if (x == 0 && y == 0) return picture;
+    Picture result(picture.width + 2 * x, picture.height + 2 * y);
+    result.grey = picture.grey;
+    result.tags = std::move(picture.tags);
+    const PixelRows<std::uint8_t> rows = {result.pixels.data(), result.rowBytes()};
+    for (std::uint32_t row = 0; row < picture.height; ++row)
+        std::copy_n(picture.row(row), picture.rowBytes(), rows.pixel(x, y + row));
+    repeatEdges(rows, {picture.width, picture.height}, x, y);
+    return result;
+}
+
+Picture partOf(const Picture& picture, std::uint32_t x, std::uint32_t y, Size size) {
+    Picture result(size.width, size.height);
+    result.grey = picture.grey;
+    result.tags = picture.tags;
+    for (std::uint32_t row = 0; row < size.height; ++row) {
+        std::copy_n(picture.row(y + row) + x * Picture::kChannels, result.rowBytes(),
+                    result.row(row));
+    }
+    return result;
 }
 
 }  // namespace upscale

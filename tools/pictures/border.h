@@ -7,7 +7,9 @@
 
 #include <cstdint>
 
+#include "common/size.h"
 #include "pictures/picture.h"
+#include "pictures/pixel_rows.h"
 
 namespace upscale {
 
@@ -31,12 +33,17 @@ constexpr std::uint32_t kWidestPadding = 64;
 /// its centre, and is off by less than a twentieth of a source pixel at its edge.
 Padding paddingFor(std::uint32_t from, std::uint32_t to);
 
-/// The picture with its edge pixels repeated outwards: `x` times on the left and on the right, `y`
-/// times above and below.
+/// Repeats the edge pixels of a picture outwards: `x` times on the left and on the right, `y` times
+/// above and below.
+/// @param pixels the picture with room for that around it. @param inner the picture's own size.
+void repeatEdges(PixelRows<std::uint8_t> pixels, Size inner, std::uint32_t x, std::uint32_t y);
+
+/// The picture with its edges repeated outwards.
 Picture padded(Picture picture, std::uint32_t x, std::uint32_t y);
 
-/// The picture without `x` pixels on the left and on the right, `y` above and below.
-Picture cropped(Picture picture, std::uint32_t x, std::uint32_t y);
+/// A part of the picture.
+/// @param x, y where it begins.
+Picture partOf(const Picture& picture, std::uint32_t x, std::uint32_t y, Size size);
 
 }  // namespace upscale
 

@@ -6,35 +6,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
+#include "pictures/pixel_rows.h"
 #include "video/frame_format.h"
 
 namespace upscale {
-
-/// Pixels of four bytes (R, G, B, A) in someone's memory.
-template <typename Byte>
-struct PixelRows {
-    Byte* data;
-    std::size_t stride;  ///< In bytes.
-
-    Byte* row(std::size_t y) const { return data + y * stride; }
-};
-
-/// Memory for a frame, aligned so that conversions need no copies.
-class FrameMemory {
-  public:
-    explicit FrameMemory(std::size_t bytes);
-
-    std::uint8_t* data() const { return mData.get(); }
-
-  private:
-    struct Free {
-        void operator()(void* memory) const { std::free(memory); }
-    };
-    std::unique_ptr<std::uint8_t, Free> mData;
-};
 
 /// Whether any pixel of a raw frame is less than opaque.
 bool isTransparent(const std::uint8_t* frame, std::size_t bytes);

@@ -70,11 +70,11 @@ Pipeline::Pipeline(Runner& runner, const FrameWork& work)
     : mRunner(runner),
       mWork(work),
       mFrom(work.from),
-      mDecoder(mFrom, work.frame.x.source, work.frame.y.source),
+      mDecoder(mFrom, work.plan.x.source, work.plan.y.source),
       mEncoder(work.to) {
     for (std::size_t i = 0; i < kBuffers; ++i) {
-        Source source = {sourceBuffer(work.frame.from), ""};
-        Destination destination = {destinationBuffer(work.frame.to)};
+        Source source = {sourceBuffer(work.plan.from), ""};
+        Destination destination = {destinationBuffer(work.plan.to)};
         mRunner.import(source.buffer, destination.buffer);
         mFreeSources.put(std::move(source));
         mFreeDestinations.put(std::move(destination));
@@ -83,7 +83,7 @@ Pipeline::Pipeline(Runner& runner, const FrameWork& work)
 
 void Pipeline::readFrames() {
     const std::size_t bytes = mFrom.bytes();
-    const FrameMemory frame(bytes);
+    std::vector<std::uint8_t> frame(bytes);
     const bool raw = mFrom.sampling == Sampling::Rgba;
     std::string parameters;
     Stopwatch watch;
@@ -118,9 +118,9 @@ void Pipeline::drawFrames() {
 
 void Pipeline::writeFrames() {
     const std::size_t bytes = mWork.to.bytes();
-    const FrameMemory frame(bytes);
-    const std::uint32_t left = mWork.frame.x.destination;
-    const std::uint32_t above = mWork.frame.y.destination;
+    std::vector<std::uint8_t> frame(bytes);
+    const std::uint32_t left = mWork.plan.x.destination;
+    const std::uint32_t above = mWork.plan.y.destination;
     Stopwatch watch;
     while (std::optional<Drawn> drawn = mDrawn.take()) {
         watch.lap();

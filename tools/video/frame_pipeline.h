@@ -18,7 +18,7 @@ struct FrameWork {
     ByteSink& sink;
     FrameFormat from;  ///< The reader's frames.
     FrameFormat to;    ///< Those to write: the same but for their size.
-    Frame frame;       ///< Of their sizes.
+    ScalePlan plan;    ///< For their sizes.
     float sharpness;
     std::function<void()> cancelReading;                 ///< Called on any thread.
     std::function<void(std::uint64_t frames)> progress;  ///< After each frame, on one thread.
