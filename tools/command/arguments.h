@@ -7,14 +7,22 @@
 #include <string>
 #include <vector>
 
-#include "command/options.h"
 #include "common/size.h"
 #include "gpu/operations.h"
 #include "pictures/border.h"
-#include "pictures/picture_file.h"
+#include "pictures/formats.h"
 #include "video/frame_format.h"
 
 namespace upscale {
+
+/// What a command line asks for. Bits, since an option goes with several.
+enum Task : unsigned {
+    kPictures = 1,  ///< One picture to a file, or many to a folder.
+    kCompare = 2,
+    kSweep = 4,
+    kVideo = 8,
+    kCheck = 16,
+};
 
 /// A part of a picture, in pixels.
 struct Crop {
@@ -29,10 +37,11 @@ struct Arguments {
 
     const Operation* operation = nullptr;
     float sharpness = 0;
-    std::optional<Size> size;  ///< Else scale.
+    std::optional<Size> size;  ///< Without one, `scale` counts.
     double scale = 0;
     Border border = Border::Pad;
-    std::optional<Format> format;  ///< Nothing only with `intoFolder`: each picture's own.
+    /// Null with `intoFolder` alone: each picture's own.
+    const PictureFormat* format = nullptr;
     std::optional<int> quality;
     bool force = false;
     bool quiet = false;
@@ -42,7 +51,7 @@ struct Arguments {
     std::optional<Crop> crop;
     std::optional<std::uint32_t> zoom;
 
-    std::optional<Size> raw;  ///< The input is frames of raw RGBA, of `kVideo`; else Y4M.
+    std::optional<Size> raw;  ///< The input is frames of raw RGBA, of `kVideo`; otherwise Y4M.
     std::optional<Matrix> matrix;
     std::optional<Range> range;
 

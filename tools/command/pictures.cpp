@@ -17,23 +17,34 @@
 #include <utility>
 
 #include "command/worker.h"
+#include "common/listed.h"
 #include "common/output_file.h"
 #include "common/stopwatch.h"
 #include "gpu/library_log.h"
 #include "gpu/scaler.h"
 #include "pictures/alpha.h"
-#include "pictures/picture_file.h"
+#include "pictures/formats.h"
 
 namespace upscale {
 namespace {
 
 constexpr std::size_t kMostNamed = 10;
 
-void expectFormatTakes(const std::string& name, Format format, Size size) {
-    if (std::max(size.width, size.height) <= largestSide(format)) return;
+void expectFormatTakes(const std::string& name, const PictureFormat& format, Size size) {
+    if (std::max(size.width, size.height) <= format.largestSide) return;
     throw Failure(Exit::Failed, name,
-                  inPixels(size) + " is too large: " + nameOf(format) + " takes " +
-                          std::to_string(largestSide(format)) + " pixels a side");
+                  inPixels(size) + " is too large: " + format.name + " takes " +
+                          std::to_string(format.largestSide) + " pixels a side");
+}
+
+[[noreturn]] void failTransparent(const std::string& name, const PictureFormat& format) {
+    std::vector<std::string> others;
+    for (const PictureFormat& other : kPictureFormats) {
+        if (other.alpha) others.push_back(other.name);
+    }
+    throw Failure(Exit::Failed, name,
+                  "the picture is transparent in parts, which " + format.name + " cannot hold; " +
+                          listed(others, "and") + " can");
 }
 
 // A picture on its way from file to file.
@@ -43,12 +54,12 @@ class Job {
         : mArguments(arguments),
           mReport(report),
           mInput(input),
-          mReader(openPicture(input)),
-          mFormat(arguments.format.value_or(mReader->format())),
-          mFrom{mReader->width(), mReader->height()},
+          mPicture(openPicture(input)),
+          mFormat(arguments.format ? *arguments.format : *mPicture.format),
+          mFrom{mPicture.reader->width(), mPicture.reader->height()},
           mTo(arguments.outputSize(input, mFrom)) {}
 
-    Format format() const { return mFormat; }
+    const PictureFormat& format() const { return mFormat; }
 
     // Checks that there can be such a file.
     void setOutput(const std::string& path) {
@@ -62,17 +73,13 @@ class Job {
         scaler.expectFits(mOutput, mTo);
         mPlan = scaler.plan(mFrom, mTo);
         Stopwatch watch;
-        Picture source = mReader->read();
-        if (mFormat == Format::Jpeg && hasTransparency(source)) {
-            throw Failure(Exit::Failed, mOutput,
-                          "the picture is transparent in parts, which JPEG cannot hold; PNG and "
-                          "WebP can");
-        }
-        if (mReader->depth() > 8) {
-            mReport.warning(mInput + ": " + std::to_string(mReader->depth()) +
+        Picture source = mPicture.reader->read();
+        if (!mFormat.alpha && hasTransparency(source)) failTransparent(mOutput, mFormat);
+        if (mPicture.reader->depth() > 8) {
+            mReport.warning(mInput + ": " + std::to_string(mPicture.reader->depth()) +
                             " bits a channel are reduced to 8");
         }
-        mReader.reset();
+        mPicture.reader.reset();
         mReadTime = watch.lap();
         mResult = scaler.scale(std::move(source), mPlan, mArguments.sharpness);
         mDriver = scaler.driver();
@@ -82,8 +89,7 @@ class Job {
     // On any thread.
     void write() {
         Stopwatch watch;
-        const auto quality = mFormat == Format::Png ? std::nullopt : mArguments.quality;
-        writePicture(mResult, {mFormat, quality}, mFile->open(), mOutput);
+        writePicture(mResult, mFormat, mArguments.quality, mFile->open(), mOutput);
         mFile->commit();
         mWriteTime = watch.lap();
     }
@@ -110,8 +116,8 @@ class Job {
     Report& mReport;
     std::string mInput;
     std::string mOutput;
-    std::unique_ptr<PictureReader> mReader;
-    Format mFormat;
+    OpenPicture mPicture;
+    const PictureFormat& mFormat;
     Size mFrom, mTo;
     ScalePlan mPlan = {};
     std::unique_ptr<OutputFile> mFile;
@@ -293,13 +299,13 @@ class Batch {
 
 }  // namespace
 
-std::string outputName(const std::string& input, Format format) {
+std::string outputName(const std::string& input, const PictureFormat& format) {
     const std::string name = input.substr(input.rfind('/') + 1);
     const std::string extension = extensionOf(name);
-    const std::optional<Format> named = formatNamed(extension);
-    if (named == format) return name;
+    const PictureFormat* named = formatNamed(extension);
+    if (named == &format) return name;
     const std::size_t kept = named ? name.size() - extension.size() - 1 : name.size();
-    return name.substr(0, kept) + "." + usualExtension(format);
+    return name.substr(0, kept) + "." + format.extensions.front();
 }
 
 std::vector<std::string> picturesIn(const std::string& folder) {
@@ -315,7 +321,7 @@ std::vector<std::string> picturesIn(const std::string& folder) {
     }
     if (error) throw Failure(Exit::Failed, folder, error.message());
     if (pictures.empty())
-        throw Failure(Exit::Failed, folder, "no PNG, JPEG or WebP files in this folder");
+        throw Failure(Exit::Failed, folder, "no " + formatNames("or") + " files in this folder");
     std::sort(pictures.begin(), pictures.end());
     return pictures;
 }

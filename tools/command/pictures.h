@@ -23,7 +23,7 @@ Exit scalePictures(const Arguments& arguments, Report& report);
 
 /// The name, in the folder for the results, of what an input becomes: its own, with the extension
 /// of the format unless it has one that stands for it.
-std::string outputName(const std::string& input, Format format);
+std::string outputName(const std::string& input, const PictureFormat& format);
 
 /// The pictures of a folder: the files with a picture's extension that are not hidden, in the order
 /// of their names. Throws `Failure` if there are none.

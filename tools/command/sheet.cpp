@@ -15,7 +15,7 @@
 #include "common/output_file.h"
 #include "gpu/library_log.h"
 #include "gpu/scaler.h"
-#include "pictures/picture_file.h"
+#include "pictures/formats.h"
 
 namespace upscale {
 namespace {
@@ -181,7 +181,7 @@ class Sheet {
           mLog(arguments.verbose),
           mInput(arguments.inputs.front()),
           mFile(arguments.output, arguments.force),
-          mReader(openPicture(mInput)),
+          mReader(openPicture(mInput).reader),
           mFrom{mReader->width(), mReader->height()},
           mTo(arguments.outputSize(mInput, mFrom)),
           mCrop(arguments.crop.value_or(middleOf(mFrom))),
@@ -205,7 +205,7 @@ class Sheet {
         expectPossible(layout.size());
         addCells();
         Picture sheet = draw(layout);
-        writePicture(sheet, {*mArguments.format, mArguments.quality}, mFile.open(),
+        writePicture(sheet, *mArguments.format, mArguments.quality, mFile.open(),
                      mArguments.output);
         mFile.commit();
     }
@@ -222,7 +222,7 @@ class Sheet {
     }
 
     void expectPossible(Size size) const {
-        const std::uint32_t most = largestSide(*mArguments.format);
+        const std::uint32_t most = mArguments.format->largestSide;
         if (size.pixels() <= kMostPixels && std::max(size.width, size.height) <= most) return;
         throw Failure(Exit::Failed, mArguments.output,
                       "a sheet of " + inPixels(size) +

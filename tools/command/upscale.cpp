@@ -33,8 +33,6 @@ Exit run(const Arguments& arguments, Report& report) {
             break;
         case kCheck:
             return check(report);
-        case kText:
-            break;
     }
     return Exit::Done;
 }

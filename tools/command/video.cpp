@@ -31,7 +31,7 @@ void checkUsage(const Arguments& arguments) {
     const std::string& output = arguments.output;
     if (output == "-") {
         if (isatty(STDOUT_FILENO)) refuse("standard output", "video is not written to a terminal");
-    } else if (!arguments.raw && formatNamed(output.substr(output.rfind('.') + 1))) {
+    } else if (!arguments.raw && formatNamed(extensionOf(output))) {
         refuse(output, "video is written as Y4M, not as pictures");
     }
 }
@@ -110,7 +110,7 @@ void scaleVideo(const Arguments& arguments, Report& report) {
     report.endProgress();
     if (file) file->commit();
     if (times.alphaLost)
-        report.warning(source.name() + ": frames are transparent in parts, which no result is");
+        report.warning(source.name() + ": frames are transparent in parts; the output is opaque");
     if (report.verbose()) tell(arguments, runner.driver(), plan, times, watch.lap(), report);
 }
 

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "pictures/webp_file.h"
-
 #include <webp/decode.h>
 #include <webp/encode.h>
 #include <webp/mux.h>
@@ -11,6 +9,8 @@
 
 #include "common/failure.h"
 #include "pictures/alpha.h"
+#include "pictures/codecs.h"
+#include "pictures/formats.h"
 
 namespace upscale {
 namespace {
@@ -62,51 +62,63 @@ struct Encoder {
     Encoder& operator=(const Encoder&) = delete;
 };
 
+class WebPReader : public PictureReader {
+  public:
+    explicit WebPReader(InputFile file) : mPath(file.path()), mBytes(file.readAll()) {
+        if (promisedBytes(mBytes) > mBytes.size()) fail(kCutShort);
+        WebPBitstreamFeatures features = {};
+        const VP8StatusCode status = WebPGetFeatures(mBytes.data(), mBytes.size(), &features);
+        if (status == VP8_STATUS_NOT_ENOUGH_DATA) fail(kCutShort);
+        if (status != VP8_STATUS_OK) fail("the file is damaged");
+        if (features.has_animation) fail("an animation, not a picture");
+        mWidth = static_cast<std::uint32_t>(features.width);
+        mHeight = static_cast<std::uint32_t>(features.height);
+    }
+
+    std::uint32_t width() const override { return mWidth; }
+    std::uint32_t height() const override { return mHeight; }
+
+    Picture read() override {
+        Picture picture(mWidth, mHeight);
+        picture.tags.profile = profileOf(mBytes);
+        WebPDecoderConfig config = {};
+        if (!WebPInitDecoderConfig(&config)) throw std::bad_alloc();
+        config.output.colorspace = MODE_RGBA;
+        config.output.is_external_memory = 1;
+        config.output.u.RGBA = {picture.pixels.data(), static_cast<int>(picture.rowBytes()),
+                                picture.pixels.size()};
+        const VP8StatusCode status = WebPDecode(mBytes.data(), mBytes.size(), &config);
+        if (status == VP8_STATUS_OUT_OF_MEMORY) throw std::bad_alloc();
+        if (status == VP8_STATUS_NOT_ENOUGH_DATA || status == VP8_STATUS_SUSPENDED) fail(kCutShort);
+        if (status != VP8_STATUS_OK) fail("the file is damaged");
+        mBytes = {};
+        return picture;
+    }
+
+  private:
+    [[noreturn]] void fail(const std::string& reason) const {
+        throw Failure(Exit::Failed, mPath, reason);
+    }
+
+    std::string mPath;
+    std::vector<std::uint8_t> mBytes;
+    std::uint32_t mWidth = 0;
+    std::uint32_t mHeight = 0;
+};
+
 }  // namespace
 
-bool isWebP(const std::string& head) {
-    return head.size() == 12 && head.compare(0, 4, "RIFF") == 0 && head.compare(8, 4, "WEBP") == 0;
+std::unique_ptr<PictureReader> openWebP(InputFile file) {
+    return std::make_unique<WebPReader>(std::move(file));
 }
 
-WebPReader::WebPReader(InputFile& file) : mPath(file.path()), mBytes(file.readAll()) {
-    if (promisedBytes(mBytes) > mBytes.size()) fail(kCutShort);
-    WebPBitstreamFeatures features = {};
-    const VP8StatusCode status = WebPGetFeatures(mBytes.data(), mBytes.size(), &features);
-    if (status == VP8_STATUS_NOT_ENOUGH_DATA) fail(kCutShort);
-    if (status != VP8_STATUS_OK) fail("the file is damaged");
-    if (features.has_animation) fail("an animation, not a picture");
-    mWidth = static_cast<std::uint32_t>(features.width);
-    mHeight = static_cast<std::uint32_t>(features.height);
-}
-
-void WebPReader::fail(const std::string& reason) const {
-    throw Failure(Exit::Failed, mPath, reason);
-}
-
-Picture WebPReader::read() {
-    Picture picture(mWidth, mHeight);
-    picture.tags.profile = profileOf(mBytes);
-    WebPDecoderConfig config = {};
-    if (!WebPInitDecoderConfig(&config)) throw std::bad_alloc();
-    config.output.colorspace = MODE_RGBA;
-    config.output.is_external_memory = 1;
-    config.output.u.RGBA = {picture.pixels.data(), static_cast<int>(picture.rowBytes()),
-                            picture.pixels.size()};
-    const VP8StatusCode status = WebPDecode(mBytes.data(), mBytes.size(), &config);
-    if (status == VP8_STATUS_OUT_OF_MEMORY) throw std::bad_alloc();
-    if (status == VP8_STATUS_NOT_ENOUGH_DATA || status == VP8_STATUS_SUSPENDED) fail(kCutShort);
-    if (status != VP8_STATUS_OK) fail("the file is damaged");
-    mBytes = {};
-    return picture;
-}
-
-void writeWebP(const Picture& picture, std::optional<int> quality, std::FILE* file,
-               const std::string& name) {
+void writeWebP(const Picture& picture, int quality, std::FILE* file, const std::string& name) {
     Encoder encoder;
-    encoder.config.lossless = !quality;
-    encoder.config.exact = !quality;
+    const bool lossless = quality == kLossless;
+    encoder.config.lossless = lossless;
+    encoder.config.exact = lossless;
     // Of a lossless file: the effort.
-    encoder.config.quality = static_cast<float>(quality.value_or(75));
+    encoder.config.quality = static_cast<float>(lossless ? 75 : quality);
     encoder.picture.use_argb = encoder.config.lossless;
     encoder.picture.width = static_cast<int>(picture.width);
     encoder.picture.height = static_cast<int>(picture.height);

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "pictures/png_file.h"
-
 #include <png.h>
 
 #include <algorithm>
@@ -11,11 +9,11 @@
 
 #include "common/failure.h"
 #include "pictures/alpha.h"
+#include "pictures/codecs.h"
 
 namespace upscale {
 namespace {
 
-constexpr std::size_t kSignatureBytes = 8;
 // Past any driver's limit; keeps the products below far from overflow.
 constexpr png_uint_32 kLargestSide = 1u << 20;
 constexpr png_alloc_size_t kLargestChunk = kLargestProfile;
@@ -108,82 +106,73 @@ void writeTags(png_structp png, png_infop info, const Picture& picture) {
     }
 }
 
-}  // namespace
-
-bool isPng(const std::string& head) {
-    return head.size() >= kSignatureBytes &&
-           png_sig_cmp(reinterpret_cast<png_const_bytep>(head.data()), 0, kSignatureBytes) == 0;
-}
-
-struct PngReader::State {
-    explicit State(InputFile input) : file(std::move(input)) {}
-    ~State() { png_destroy_read_struct(&png, &info, nullptr); }
-
-    InputFile file;
-    PngError error;
-    png_structp png = nullptr;
-    png_infop info = nullptr;
-    png_uint_32 width = 0;
-    png_uint_32 height = 0;
-    int depth = 0;
-    int colourType = 0;
-};
-
-PngReader::PngReader(InputFile file) : mState(std::make_unique<State>(std::move(file))) {
-    State& s = *mState;
-    s.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &s.error, onError, onWarning);
-    s.info = s.png ? png_create_info_struct(s.png) : nullptr;
-    if (!s.info) throw std::bad_alloc();
-    const auto readHeader = [&s] {
-        png_set_read_fn(s.png, &s.file, readBytes);
-        png_set_user_limits(s.png, kLargestSide, kLargestSide);
-        png_set_chunk_malloc_max(s.png, kLargestChunk);
-        png_set_chunk_cache_max(s.png, kMostChunks);
-        png_read_info(s.png, s.info);
-        png_get_IHDR(s.png, s.info, &s.width, &s.height, &s.depth, &s.colourType, nullptr, nullptr,
-                     nullptr);
-    };
-    if (!succeeds(s.png, readHeader)) s.file.fail(s.error.text);
-}
-
-PngReader::~PngReader() = default;
-
-std::uint32_t PngReader::width() const {
-    return mState->width;
-}
-std::uint32_t PngReader::height() const {
-    return mState->height;
-}
-int PngReader::depth() const {
-    return mState->depth;
-}
-
-Picture PngReader::read() {
-    State& s = *mState;
-    const std::uint64_t rawBytes = std::uint64_t{png_get_rowbytes(s.png, s.info)} * s.height;
-    if (s.file.size() != 0 && rawBytes / kBestCompression > s.file.size()) s.file.fail(kCutShort);
-
-    Picture picture(s.width, s.height);
-    picture.grey = (s.colourType & PNG_COLOR_MASK_COLOR) == 0;
-    picture.tags = readTags(s.png, s.info);
-    std::vector<png_bytep> rows(s.height);
-    for (std::size_t y = 0; y < rows.size(); ++y) {
-        rows[y] = picture.row(y);
+class PngReader : public PictureReader {
+  public:
+    explicit PngReader(InputFile file) : mFile(std::move(file)) {
+        const auto readHeader = [this] {
+            png_set_read_fn(png(), &mFile, readBytes);
+            png_set_user_limits(png(), kLargestSide, kLargestSide);
+            png_set_chunk_malloc_max(png(), kLargestChunk);
+            png_set_chunk_cache_max(png(), kMostChunks);
+            png_read_info(png(), info());
+            png_get_IHDR(png(), info(), &mWidth, &mHeight, &mDepth, &mColourType, nullptr, nullptr,
+                         nullptr);
+        };
+        if (!succeeds(png(), readHeader)) mFile.fail(mHandles.error.text);
     }
-    const auto readPixels = [&s, &rows] {
-        png_set_expand(s.png);
-        png_set_scale_16(s.png);
-        png_set_gray_to_rgb(s.png);
-        png_set_add_alpha(s.png, Picture::kOpaque, PNG_FILLER_AFTER);
-        png_set_interlace_handling(s.png);
-        png_read_image(s.png, rows.data());
-        png_read_end(s.png, nullptr);
-    };
-    if (!succeeds(s.png, readPixels)) s.file.fail(s.error.text);
-    return picture;
-}
 
-namespace {
+    std::uint32_t width() const override { return mWidth; }
+    std::uint32_t height() const override { return mHeight; }
+    int depth() const override { return mDepth; }
+
+    Picture read() override {
+        const std::uint64_t rawBytes = std::uint64_t{png_get_rowbytes(png(), info())} * mHeight;
+        if (mFile.size() != 0 && rawBytes / kBestCompression > mFile.size()) mFile.fail(kCutShort);
+
+        Picture picture(mWidth, mHeight);
+        picture.grey = (mColourType & PNG_COLOR_MASK_COLOR) == 0;
+        picture.tags = readTags(png(), info());
+        std::vector<png_bytep> rows(mHeight);
+        for (std::size_t y = 0; y < rows.size(); ++y) {
+            rows[y] = picture.row(y);
+        }
+        const auto readPixels = [this, &rows] {
+            png_set_expand(png());
+            png_set_scale_16(png());
+            png_set_gray_to_rgb(png());
+            png_set_add_alpha(png(), Picture::kOpaque, PNG_FILLER_AFTER);
+            png_set_interlace_handling(png());
+            png_read_image(png(), rows.data());
+            png_read_end(png(), nullptr);
+        };
+        if (!succeeds(png(), readPixels)) mFile.fail(mHandles.error.text);
+        return picture;
+    }
+
+  private:
+    struct Handles {
+        PngError error;
+        png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error, onError, onWarning);
+        png_infop info = png ? png_create_info_struct(png) : nullptr;
+
+        Handles() {
+            if (!info) throw std::bad_alloc();
+        }
+        ~Handles() { png_destroy_read_struct(&png, &info, nullptr); }
+        Handles(const Handles&) = delete;
+        Handles& operator=(const Handles&) = delete;
+    };
+
+    png_structp png() const { return mHandles.png; }
+    png_infop info() const { return mHandles.info; }
+
+    InputFile mFile;
+    Handles mHandles;
+    png_uint_32 mWidth = 0;
+    png_uint_32 mHeight = 0;
+    int mDepth = 0;
+    int mColourType = 0;
+};
 
 class PngWriter {
   public:
@@ -233,7 +222,11 @@ class PngWriter {
 
 }  // namespace
 
-void writePng(const Picture& picture, std::FILE* file, const std::string& name) {
+std::unique_ptr<PictureReader> openPng(InputFile file) {
+    return std::make_unique<PngReader>(std::move(file));
+}
+
+void writePng(const Picture& picture, int, std::FILE* file, const std::string& name) {
     PngWriter().write(picture, file, name);
 }
 

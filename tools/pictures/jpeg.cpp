@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "pictures/jpeg_file.h"
-
 // Before jpeglib.h, which needs it.
 #include <cstdio>
 // The next two in this order.
@@ -12,8 +10,10 @@
 #include <cmath>
 #include <csetjmp>
 #include <cstring>
+#include <optional>
 
 #include "common/failure.h"
+#include "pictures/codecs.h"
 #include "pictures/orientation.h"
 
 namespace upscale {
@@ -102,94 +102,87 @@ int orientationOf(const jpeg_decompress_struct& reader) {
     return 1;
 }
 
-}  // namespace
-
-bool isJpeg(const std::string& head) {
-    return head.compare(0, 3, "\xff\xd8\xff") == 0;
-}
-
-struct JpegReader::State {
-    State(std::string name, std::vector<std::uint8_t> content)
-        : path(std::move(name)), bytes(std::move(content)) {
-        reader.err = &error;
+class JpegReader : public PictureReader {
+  public:
+    explicit JpegReader(InputFile file) : mPath(file.path()), mBytes(file.readAll()) {
+        const auto readHeader = [this] {
+            jpeg_create_decompress(&mReader);
+            mDecoder.progress.progress_monitor = limitScans;
+            mReader.progress = &mDecoder.progress;
+            jpeg_mem_src(&mReader, mBytes.data(), mBytes.size());
+            jpeg_save_markers(&mReader, JPEG_APP0 + 1, 0xffff);
+            jpeg_save_markers(&mReader, JPEG_APP0 + 2, 0xffff);
+            jpeg_read_header(&mReader, TRUE);
+        };
+        run(readHeader);
+        const J_COLOR_SPACE space = mReader.jpeg_color_space;
+        if (space == JCS_CMYK || space == JCS_YCCK)
+            fail("the colours are CMYK, which needs a conversion to RGB first");
+        if (space == JCS_UNKNOWN) fail("the colours are neither grey nor RGB");
+        mOrientation = orientationOf(mReader);
     }
-    ~State() { jpeg_destroy_decompress(&reader); }
+
+    std::uint32_t width() const override {
+        return turnsSideways(mOrientation) ? mReader.image_height : mReader.image_width;
+    }
+    std::uint32_t height() const override {
+        return turnsSideways(mOrientation) ? mReader.image_width : mReader.image_height;
+    }
+
+    Picture read() override {
+        const std::uint64_t pixels = std::uint64_t{mReader.image_width} * mReader.image_height;
+        if (!mReader.arith_code && pixels / kMostPixelsPerByte > mBytes.size()) fail(kCutShort);
+        Picture picture(mReader.image_width, mReader.image_height);
+        picture.grey = mReader.jpeg_color_space == JCS_GRAYSCALE;
+        picture.tags.density = densityOf(mReader);
+        run([this, &picture] {
+            mReader.out_color_space = JCS_EXT_RGBA;
+            jpeg_start_decompress(&mReader);
+            while (mReader.output_scanline < mReader.output_height) {
+                JSAMPROW row = picture.row(mReader.output_scanline);
+                jpeg_read_scanlines(&mReader, &row, 1);
+            }
+        });
+        JOCTET* profile = nullptr;
+        unsigned profileBytes = 0;
+        run([&] { jpeg_read_icc_profile(&mReader, &profile, &profileBytes); });
+        if (profile) {
+            const std::unique_ptr<JOCTET, decltype(&std::free)> owner(profile, std::free);
+            if (profileBytes <= kLargestProfile)
+                picture.tags.profile.assign(profile, profile + profileBytes);
+        }
+        run([this] { jpeg_finish_decompress(&mReader); });
+        return upright(std::move(picture), mOrientation);
+    }
+
+  private:
+    struct Decoder {
+        JpegError error;
+        jpeg_progress_mgr progress = {};
+        jpeg_decompress_struct reader = {};
+
+        Decoder() { reader.err = &error; }
+        ~Decoder() { jpeg_destroy_decompress(&reader); }
+        Decoder(const Decoder&) = delete;
+        Decoder& operator=(const Decoder&) = delete;
+    };
 
     [[noreturn]] void fail(const std::string& reason) const {
-        throw Failure(Exit::Failed, path, reason);
+        throw Failure(Exit::Failed, mPath, reason);
     }
-    [[noreturn]] void fail() const { fail(error.cutShort ? kCutShort : error.text); }
 
-    std::string path;
-    std::vector<std::uint8_t> bytes;
-    JpegError error;
-    jpeg_progress_mgr progress = {};
-    jpeg_decompress_struct reader = {};
-    int orientation = 1;
+    template <typename Calls>
+    void run(const Calls& calls) {
+        const JpegError& error = mDecoder.error;
+        if (!succeeds(mDecoder.error, calls)) fail(error.cutShort ? kCutShort : error.text);
+    }
+
+    std::string mPath;
+    std::vector<std::uint8_t> mBytes;
+    Decoder mDecoder;
+    jpeg_decompress_struct& mReader = mDecoder.reader;
+    int mOrientation = 1;
 };
-
-JpegReader::JpegReader(InputFile& file)
-    : mState(std::make_unique<State>(file.path(), file.readAll())) {
-    State& s = *mState;
-    const auto readHeader = [&s] {
-        jpeg_create_decompress(&s.reader);
-        s.progress.progress_monitor = limitScans;
-        s.reader.progress = &s.progress;
-        jpeg_mem_src(&s.reader, s.bytes.data(), s.bytes.size());
-        jpeg_save_markers(&s.reader, JPEG_APP0 + 1, 0xffff);
-        jpeg_save_markers(&s.reader, JPEG_APP0 + 2, 0xffff);
-        jpeg_read_header(&s.reader, TRUE);
-    };
-    if (!succeeds(s.error, readHeader)) s.fail();
-    const J_COLOR_SPACE space = s.reader.jpeg_color_space;
-    if (space == JCS_CMYK || space == JCS_YCCK)
-        s.fail("the colours are CMYK, which needs a conversion to RGB first");
-    if (space == JCS_UNKNOWN) s.fail("the colours are neither grey nor RGB");
-    s.orientation = orientationOf(s.reader);
-}
-
-JpegReader::~JpegReader() = default;
-
-std::uint32_t JpegReader::width() const {
-    return turnsSideways(mState->orientation) ? mState->reader.image_height
-                                              : mState->reader.image_width;
-}
-std::uint32_t JpegReader::height() const {
-    return turnsSideways(mState->orientation) ? mState->reader.image_width
-                                              : mState->reader.image_height;
-}
-
-Picture JpegReader::read() {
-    State& s = *mState;
-    const std::uint64_t pixels = std::uint64_t{s.reader.image_width} * s.reader.image_height;
-    if (!s.reader.arith_code && pixels / kMostPixelsPerByte > s.bytes.size()) s.fail(kCutShort);
-    Picture picture(s.reader.image_width, s.reader.image_height);
-    picture.grey = s.reader.jpeg_color_space == JCS_GRAYSCALE;
-    picture.tags.density = densityOf(s.reader);
-    const auto readPixels = [&s, &picture] {
-        s.reader.out_color_space = JCS_EXT_RGBA;
-        jpeg_start_decompress(&s.reader);
-        while (s.reader.output_scanline < s.reader.output_height) {
-            JSAMPROW row = picture.row(s.reader.output_scanline);
-            jpeg_read_scanlines(&s.reader, &row, 1);
-        }
-    };
-    if (!succeeds(s.error, readPixels)) s.fail();
-    JOCTET* profile = nullptr;
-    unsigned profileBytes = 0;
-    if (!succeeds(s.error, [&] { jpeg_read_icc_profile(&s.reader, &profile, &profileBytes); })) {
-        s.fail();
-    }
-    if (profile) {
-        const std::unique_ptr<JOCTET, decltype(&std::free)> owner(profile, std::free);
-        if (profileBytes <= kLargestProfile)
-            picture.tags.profile.assign(profile, profile + profileBytes);
-    }
-    if (!succeeds(s.error, [&s] { jpeg_finish_decompress(&s.reader); })) s.fail();
-    return upright(std::move(picture), s.orientation);
-}
-
-namespace {
 
 struct JpegWriter {
     JpegError error;
@@ -212,6 +205,10 @@ struct JpegWriter {
 };
 
 }  // namespace
+
+std::unique_ptr<PictureReader> openJpeg(InputFile file) {
+    return std::make_unique<JpegReader>(std::move(file));
+}
 
 void writeJpeg(const Picture& picture, int quality, std::FILE* file, const std::string& name) {
     JpegWriter state;
