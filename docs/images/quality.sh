@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Prints the table of docs/operations.md: quality.sh UPSCALE, with the command to use. Needs ImageMagick.
+# Prints the table of docs/operations.md: quality.sh UPSCALE, with the path of the command. Needs ImageMagick.
 #
 # The sample picture is reduced to each of the sizes, by averaging, and enlarged again to its own size.
 set -eu

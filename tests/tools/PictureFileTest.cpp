@@ -218,7 +218,8 @@ TEST(PictureFileTest, EveryFormatKeepsWhatItHasRoomFor) {
 TEST(PictureFileTest, ProfileAndDensityGoAlong) {
     Picture picture = slopes(9, 9, false);
     picture.tags.density = upscale::Density{11811, 5906, true};  // 300 and 150 to an inch
-    // More than one segment of a JPEG holds. Not a profile that PNG would take, but for its space.
+    // Longer than one segment of a JPEG. Only its colour space is that of a profile: PNG refuses
+    // it.
     picture.tags.profile.assign(100000, 7);
     const std::string space = "RGB ";
     std::copy(space.begin(), space.end(), picture.tags.profile.begin() + 16);

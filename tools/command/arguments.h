@@ -59,8 +59,9 @@ struct Arguments {
     std::string output;
     bool intoFolder = false;  ///< `output` is a folder, which may be missing; of `kPictures`.
 
-    /// The size of the output for an input of the given size. Throws `Failure` if it is none.
-    /// @param input as `Failure` shall name it.
+    /// The size of the output for an input of the given size. Throws `Failure` if no pixels are
+    /// left.
+    /// @param input as `Failure` names it.
     Size outputSize(const std::string& input, Size from) const;
 };
 

@@ -119,7 +119,7 @@ void printDriver() {
     printExtension(egl, "EGL_KHR_gl_texture_2D_image", "needed off Android");
     printExtension(egl, "EGL_KHR_surfaceless_context", "needed: nothing is shown");
     printExtension(egl, "EGL_KHR_fence_sync", "needed: to know when the work is done");
-    printExtension(egl, "EGL_ANDROID_native_fence_sync", "else a thread signals the fences");
+    printExtension(egl, "EGL_ANDROID_native_fence_sync", "without it a thread signals the fences");
     printExtension(egl, "EGL_KHR_no_config_context", "needed without a display server");
 }
 

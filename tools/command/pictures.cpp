@@ -218,7 +218,7 @@ class Batch {
                           "is also the output of " + taken->second + ", which came first");
         const auto replaced = identityOf(output);
         if (replaced && replaced != identityOf(input) && mIdentities.count(*replaced) != 0)
-            throw Failure(Exit::Failed, output, "is an input itself, and is not replaced");
+            throw Failure(Exit::Failed, output, "is an input itself and is not replaced");
     }
 
     template <typename Work>
@@ -314,7 +314,7 @@ std::vector<std::string> picturesIn(const std::string& folder) {
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
         const std::string name = entry->path().filename();
-        std::error_code unknown;  // A link to nowhere is tried, and told of.
+        std::error_code unknown;  // A link to nowhere is tried, and fails with a message.
         if (name.front() == '.' || !formatNamed(extensionOf(name)) || entry->is_directory(unknown))
             continue;
         pictures.push_back(within(folder, name));

@@ -12,8 +12,8 @@
 namespace upscale {
 
 /// A thread that runs one task at a time. While it lives, the signals that end the command come to
-/// it and not to the thread that made it, so that whoever removes an unfinished file is also the
-/// one that makes it.
+/// it and not to the thread that made it, so that the thread that removes an unfinished file is
+/// also the one that makes it.
 class Worker {
   public:
     Worker();

@@ -15,8 +15,8 @@ namespace upscale {
 std::string progressLine(const std::string& unit, std::uint64_t done,
                          std::optional<std::uint64_t> total, double seconds, std::size_t columns);
 
-/// A line on stderr that shows how far the work is, if stderr is a terminal; else nothing. To be
-/// used on one thread.
+/// A line on stderr that shows how far the work is, if stderr is a terminal, and otherwise shows
+/// nothing. To be used on one thread.
 class Progress {
   public:
     /// The time counts from here.

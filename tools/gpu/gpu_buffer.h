@@ -14,7 +14,7 @@
 
 namespace upscale {
 
-/// What failures of the driver are told of.
+/// The subject of a failure of the driver.
 constexpr char kDriver[] = "the driver";
 
 /// RGBA buffers, all zeros.

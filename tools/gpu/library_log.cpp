@@ -19,7 +19,7 @@ struct Collected {
     std::string error;
 };
 
-// The logger has no parameter of ours.
+// The logger function takes no parameter of its user.
 Collected& collected() {
     static Collected instance;
     return instance;

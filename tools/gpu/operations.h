@@ -30,7 +30,7 @@ struct Operation {
 
 extern const std::vector<Operation> kOperations;
 
-/// @return null if there is none of that name.
+/// @return null if no operation has that name.
 const Operation* findOperation(const std::string& name);
 
 }  // namespace upscale

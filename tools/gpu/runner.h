@@ -45,7 +45,7 @@ class Runner {
     const std::string& driver() const { return mDriver; }
     /// Whether the driver takes pictures of this size.
     bool fits(Size size) const;
-    /// Checks that. @param name what `Failure` shall name.
+    /// Checks that. @param name what `Failure` names.
     void expectFits(const std::string& name, Size size) const;
 
     /// Runs the operation on a picture.

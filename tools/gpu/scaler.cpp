@@ -15,8 +15,9 @@ ScalePlan planScaling(const Runner& runner, Border border, Size from, Size to, R
     plan.from = {from.width + 2 * plan.x.source, from.height + 2 * plan.y.source};
     plan.to = {to.width + 2 * plan.x.destination, to.height + 2 * plan.y.destination};
     if (runner.fits(plan.from) && runner.fits(plan.to)) return plan;
-    report.warning("no room for a border: padded, " + inPixels(plan.from) + " to " +
-                   inPixels(plan.to) + " is too large for the driver; going on with --border raw");
+    report.warning("there is no room for a border: padded, " + inPixels(plan.from) + " to " +
+                   inPixels(plan.to) +
+                   " is too large for the driver; continuing with --border raw");
     return bare;
 }
 

@@ -34,7 +34,7 @@ class Scaler {
     const std::string& driver() const { return mRunner.driver(); }
 
     /// Checks that the driver takes pictures of this size.
-    /// @param name what `Failure` shall name.
+    /// @param name what `Failure` names.
     void expectFits(const std::string& name, Size size) const { mRunner.expectFits(name, size); }
 
     ScalePlan plan(Size from, Size to) const {

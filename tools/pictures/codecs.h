@@ -4,7 +4,7 @@
 ///
 /// A writer writes a picture 8 bits deep, with what the format has room for of alpha, colour tags
 /// and density, and does not close the file. `quality` is 1 to 100, or what the row has as its
-/// default. `name` is the file as `Failure` shall name it.
+/// default. `name` is the file as `Failure` names it.
 #ifndef UPSCALER_TOOLS_PICTURES_CODECS_H
 #define UPSCALER_TOOLS_PICTURES_CODECS_H
 
@@ -30,7 +30,7 @@ void writeJpeg(const Picture& picture, int quality, std::FILE* file, const std::
 
 /// A still picture.
 std::unique_ptr<PictureReader> openWebP(InputFile file);
-/// There is no grey WebP, and none with a density.
+/// WebP has no grey pictures and no density.
 void writeWebP(const Picture& picture, int quality, std::FILE* file, const std::string& name);
 
 }  // namespace upscale

@@ -60,7 +60,7 @@ OpenPicture openPicture(const std::string& path);
 
 /// Writes a picture; see codecs.h.
 /// @param quality 1 to 100, or nothing for the format's default. A format that has no quality does
-///     not look at it. @param name the file as `Failure` shall name it.
+///     not look at it. @param name the file as `Failure` names it.
 void writePicture(const Picture& picture, const PictureFormat& format, std::optional<int> quality,
                   std::FILE* file, const std::string& name);
 

@@ -23,8 +23,8 @@ constexpr double kMetresPerInch = 0.0254;
 constexpr int kFullColourQuality = 90;
 // Each is a pass over the whole picture: a small file of many takes for ever. Encoders use ten.
 constexpr int kMostScans = 200;
-// Every block of 8x8 takes a bit at least (but for arithmetic coding), and the picture's pixels are
-// at most 16 to a sample.
+// Every block of 8x8 takes a bit at least (except with arithmetic coding), and the picture's pixels
+// are at most 16 to a sample.
 constexpr std::uint64_t kMostPixelsPerByte = 64 * 8 * 16;
 constexpr char kExifMark[] = "Exif\0";  // and the 0 of the literal
 
@@ -117,7 +117,7 @@ class JpegReader : public PictureReader {
         run(readHeader);
         const J_COLOR_SPACE space = mReader.jpeg_color_space;
         if (space == JCS_CMYK || space == JCS_YCCK)
-            fail("the colours are CMYK, which needs a conversion to RGB first");
+            fail("the colours are CMYK; convert them to RGB first");
         if (space == JCS_UNKNOWN) fail("the colours are neither grey nor RGB");
         mOrientation = orientationOf(mReader);
     }

@@ -20,7 +20,7 @@ constexpr bool turnsSideways(int orientation) {
     return orientation >= 5;
 }
 
-/// The picture, stored in the given orientation, as it is to be seen.
+/// The picture, stored in the given orientation, as it should be seen.
 Picture upright(Picture picture, int orientation);
 
 }  // namespace upscale

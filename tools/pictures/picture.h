@@ -16,7 +16,7 @@ namespace upscale {
 struct Density {
     std::uint32_t x;
     std::uint32_t y;
-    bool perMetre;  ///< Else only their ratio counts.
+    bool perMetre;  ///< Otherwise only their ratio counts.
 };
 
 /// What a file says about its colours and its density, in the units of PNG. Carried from input to
@@ -33,7 +33,7 @@ struct Tags {
 /// The most bytes that a profile may have.
 constexpr std::size_t kLargestProfile = 8u << 20;
 
-/// Whether there is a profile, and it is one for grey, or else for RGB, pixels.
+/// Whether there is a profile and it is for grey pixels, or for RGB pixels if not `grey`.
 inline bool profileFits(const std::vector<std::uint8_t>& profile, bool grey) {
     constexpr std::size_t kColourSpaceAt = 16;
     const std::string space = grey ? "GRAY" : "RGB ";

@@ -18,7 +18,7 @@ class PictureReader {
     PictureReader(const PictureReader&) = delete;
     PictureReader& operator=(const PictureReader&) = delete;
 
-    /// The size as the picture is to be seen.
+    /// The size as the picture should be seen.
     virtual std::uint32_t width() const = 0;
     virtual std::uint32_t height() const = 0;
     /// Bits of a channel, as stored.

@@ -196,7 +196,7 @@ class PngWriter {
                              (alpha ? PNG_COLOR_MASK_ALPHA : 0);
             png_set_IHDR(mPng, mInfo, picture.width, picture.height, 8, type, PNG_INTERLACE_NONE,
                          PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-            // A profile that came from elsewhere and is no good is left out.
+            // A damaged profile from another format is left out.
             png_set_benign_errors(mPng, 1);
             writeTags(mPng, mInfo, picture);
             png_write_info(mPng, mInfo);

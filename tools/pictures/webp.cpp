@@ -70,7 +70,7 @@ class WebPReader : public PictureReader {
         const VP8StatusCode status = WebPGetFeatures(mBytes.data(), mBytes.size(), &features);
         if (status == VP8_STATUS_NOT_ENOUGH_DATA) fail(kCutShort);
         if (status != VP8_STATUS_OK) fail("the file is damaged");
-        if (features.has_animation) fail("an animation, not a picture");
+        if (features.has_animation) fail("the file is an animation, not a picture");
         mWidth = static_cast<std::uint32_t>(features.width);
         mHeight = static_cast<std::uint32_t>(features.height);
     }

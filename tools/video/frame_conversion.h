@@ -26,8 +26,8 @@ class FrameDecoder {
     FrameDecoder(const FrameFormat& format, std::uint32_t padX, std::uint32_t padY);
     ~FrameDecoder();
 
-    /// @param frame in the format. @param pixels of its size with the padding; opaque, but for raw
-    ///     frames, whose alpha is copied.
+    /// @param frame in the format. @param pixels of its size with the padding; opaque, except that
+    ///     the alpha of raw frames is copied.
     void decode(const std::uint8_t* frame, PixelRows<std::uint8_t> pixels);
 
   private:

@@ -17,7 +17,7 @@ struct FrameWork {
     FrameReader& reader;
     ByteSink& sink;
     FrameFormat from;  ///< The reader's frames.
-    FrameFormat to;    ///< Those to write: the same but for their size.
+    FrameFormat to;    ///< The frames to write: the same except for their size.
     ScalePlan plan;    ///< For their sizes.
     float sharpness;
     std::function<void()> cancelReading;                 ///< Called on any thread.
@@ -31,7 +31,7 @@ struct FrameTimes {
     double starved = 0, call = 0;  ///< Without a frame to work on or to draw to; the operation.
     double gpu = 0, download = 0, encode = 0, write = 0;  ///< `gpu`: the wait for the fence.
     std::uint64_t frames = 0;
-    bool alphaLost = false;  ///< A raw frame was transparent in parts, which no result is.
+    bool alphaLost = false;  ///< A raw frame was transparent in parts; every result is opaque.
 };
 
 /// Works all frames of the reader through `runner`'s operation: one thread reads, converts and

@@ -67,7 +67,7 @@ std::size_t FileSource::readSome(void* data, std::size_t size) {
             const ssize_t got = ::read(mFile, data, size);
             if (got >= 0) return static_cast<std::size_t>(got);
         }
-        // Input that does not block comes from whoever made the pipe: the poll above waits for it.
+        // The maker of the pipe may have made it non-blocking: the poll above waits for input.
         if (errno != EINTR && errno != EAGAIN) fail(name(), errno);
     }
 }
@@ -100,7 +100,7 @@ std::size_t FileSource::read(void* data, std::size_t size) {
 FrameReader::FrameReader(ByteSource& source) : mSource(source), mRaw(false) {
     std::string line;
     const bool ended = readLine(line);
-    if (line.empty() && !ended) throw Failure(Exit::Failed, source.name(), "there is no input");
+    if (line.empty() && !ended) throw Failure(Exit::Failed, source.name(), "the input is empty");
     if (!ended && line.compare(0, sizeof(kY4mStreamWord) - 1, kY4mStreamWord) == 0)
         throw Failure(Exit::Failed, source.name(), "the Y4M header does not end");
     mHeader = parseY4mHeader(line, source.name());

@@ -81,7 +81,7 @@ class FrameReader {
     std::uint64_t mFrames = 0;
 };
 
-/// Writes bytes to a file or pipe that someone else closes.
+/// Writes bytes to a file or pipe, and does not close it.
 class ByteSink {
   public:
     /// @param name for messages. @param file a descriptor.

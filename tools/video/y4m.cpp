@@ -66,7 +66,7 @@ std::optional<Ratio> parseAspect(const std::string& text) {
     return Ratio{*over, *under};
 }
 
-// In lowest terms; inexact only if other programs could not read it else.
+// In lowest terms. Inexact only where other programs could not read the exact ratio.
 std::string aspectTag(Ratio ratio) {
     const std::uint64_t common = std::gcd(ratio.over, ratio.under);
     ratio = {ratio.over / common, ratio.under / common};
@@ -88,7 +88,7 @@ std::uint32_t parseSide(const std::string& tag, const std::string& name) {
     const auto side = parseNumber<std::uint32_t>(tag.substr(1));
     if (!side || *side == 0 || *side > kLongestY4mSide) {
         throw Failure(Exit::Failed, name,
-                      "'" + tag + "' in the Y4M header is no size from 1 to " +
+                      "'" + tag + "' in the Y4M header is not a size from 1 to " +
                               std::to_string(kLongestY4mSide));
     }
     return *side;
@@ -122,9 +122,10 @@ Y4mHeader parseY4mHeader(const std::string& line, const std::string& name) {
             const auto* colour = std::find_if(std::begin(kColours), std::end(kColours),
                                               [&](const Colour& row) { return row.tag == value; });
             if (colour == std::end(kColours)) {
-                throw Failure(Exit::Failed, name,
-                              "the colour format '" + tag +
-                                      "' is not taken; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are");
+                throw Failure(
+                        Exit::Failed, name,
+                        "the colour format '" + tag +
+                                "' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are");
             }
             format.sampling = colour->sampling;
             format.siting = colour->siting;
@@ -134,7 +135,7 @@ Y4mHeader parseY4mHeader(const std::string& line, const std::string& name) {
         }
     }
     if (format.width == 0 || format.height == 0)
-        throw Failure(Exit::Failed, name, "the Y4M header tells no size");
+        throw Failure(Exit::Failed, name, "the Y4M header has no size");
     // Untagged grey is taken whole: there nothing can be clipped.
     format.range = range.value_or(format.sampling == Sampling::Mono ? Range::Full : Range::Limited);
     return header;

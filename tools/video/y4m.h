@@ -32,21 +32,21 @@ struct Y4mHeader {
 };
 
 /// @param line without its end. @param name of the stream, for the `Failure` that is thrown if the
-///     line is no header, or one of frames that are not taken: interlaced, other than 8 bits.
+///     line is not a header, or its frames are not supported: interlaced, or not of 8 bits.
 Y4mHeader parseY4mHeader(const std::string& line, const std::string& name);
 
 /// The header of the same stream, its line's end included, once its frames were scaled.
 /// @param width, height at most `kLongestY4mSide`. @param range if it is to be told other than the
 /// tags do.
 ///
-/// The pixel aspect is kept if both sides were scaled alike, but for the rounding to whole pixels,
-/// and is adjusted otherwise so that the picture keeps its shape on the screen.
+/// The pixel aspect is kept if both sides were scaled alike, except for the rounding to whole
+/// pixels, and is adjusted otherwise so that the picture keeps its shape on the screen.
 std::string scaledY4mHeader(const Y4mHeader& header, std::uint32_t width, std::uint32_t height,
                             std::optional<Range> range);
 
 /// Looks at the line before a frame.
-/// @return its parameters, with the space before them. Throws `Failure` if it is no such line, or
-///     tells that the frame is interlaced. @param place names stream and frame.
+/// @return its parameters, with the space before them. Throws `Failure` if it is not such a line,
+///     or if the frame is interlaced. @param place names stream and frame.
 std::string parseY4mFrameLine(const std::string& line, const std::string& name,
                               const std::string& place);
 

@@ -6,7 +6,7 @@ Many pictures into a folder.
   $ mv in/c.png in/c.PNG
   $ upscale --scale 1 in/a.png in/b.jpg
 
-The driver decides whether to go on.
+A fault of the driver ends the batch if the next picture would meet it too.
   $ faulty bad-shaders --op cas --scale 2 in new/ 2>&1 | sed 's/: .*: ERROR/: DRIVER: ERROR/'
   upscale: DRIVER: ERROR:SHADER_COMPILATION_ERROR of type: VERTEX
   [3]
@@ -31,7 +31,7 @@ The driver decides whether to go on.
   [1]
   $ rmdir new
 
-Bad pictures do not stop the others; what is no picture by its name is none of a folder's.
+Bad pictures do not stop the others. Files of a folder without the extension of a picture are left out.
   $ mkdir more none
   $ cp in/* more
   $ cp in/b.jpg more/d.webp
@@ -55,7 +55,7 @@ Bad pictures do not stop the others; what is no picture by its name is none of a
   upscale: in/b.jpg: out/b.jpg: File exists; --force replaces it
   [1]
 
-Nothing is lost to a name.
+No output replaces another output, or an input that is still to be read.
   $ cp in/a.png in/b.png
   $ upscale --scale 1 --format png in named/
   upscale: in/b.png: named/b.png: is also the output of in/b.jpg, which came first
@@ -66,7 +66,7 @@ Nothing is lost to a name.
   b.png
   c.PNG
   $ upscale --scale 2 --format png --force in in
-  upscale: in/b.jpg: in/b.png: is an input itself, and is not replaced
+  upscale: in/b.jpg: in/b.png: is an input itself and is not replaced
   upscale: in/b.png: is also the output of in/b.jpg, which came first
   upscale: 2 of 4 failed: in/b.jpg, in/b.png
   [1]
@@ -81,7 +81,7 @@ Progress is for terminals only.
   0 of 4 pictures
   $ script -qec "upscale --force --scale 2 --quiet in out" /dev/null
 
-Sizes may change with each picture: more of them than one set of buffers holds, twice.
+Sizes may change with each picture: there are more of them than one set of buffers holds, twice.
   $ mkdir sizes
   $ for i in {10..31}; do gradient $((8 + i % 11))x9 sizes/$i.png; done
   $ upscale --op nea --scale 1 --sharpness 30 sizes same/

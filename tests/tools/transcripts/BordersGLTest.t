@@ -16,5 +16,5 @@ At the driver's largest size there is no room for one.
   $ most=$(upscale --size 1000000x1 in.png out.png 2>&1 | grep -oE '[0-9]+ pixels' | grep -oE '^[0-9]+')
   [1]
   $ upscale --size ${most}x1 in.png out.png 2>&1 | sed 's/padded, .* is/padded, SIZES is/'
-  upscale: warning: no room for a border: padded, SIZES is too large for the driver; going on with --border raw
+  upscale: warning: there is no room for a border: padded, SIZES is too large for the driver; continuing with --border raw
   $ [ $(od -An -tu4 --endian=big -j16 -N4 out.png) -eq $most ]

@@ -25,7 +25,7 @@ What the command does with files, whatever the operation.
   link.png
   old.png
 
-Failures leave nothing.
+Failures leave no file behind.
   $ rm -f link.png old.png
   $ ffmpeg -v error -f lavfi -i color=teal:size=20000x2 -frames:v 1 wide.png
   $ head -c $(($(stat -c %s in.png) / 2)) in.png >short.png
@@ -57,7 +57,7 @@ Failures leave nothing.
   short.png
   wide.png
 
-Nor do a driver's faults. The library reports nothing, so the command has to find out what the driver did.
+Neither do faults of the driver. The library reports nothing, so the command has to find out what the driver did.
   $ faulty skip-draws --op cas --scale 2 in.png out.png
   upscale: the driver: pixels of the result were left unwritten
   [1]
@@ -82,7 +82,7 @@ Nor do a driver's faults. The library reports nothing, so the command has to fin
   short.png
   wide.png
 
-A format goes by content in an input and by name in an output.
+The content of an input decides its format, and the name of an output.
   $ convert -size 16x12 xc:teal -seed 7 +noise Random -depth 16 deep.png
   $ quarters 16x12 in.png
   $ upscale --scale 2 deep.png out.png
@@ -98,7 +98,7 @@ A format goes by content in an input and by name in an output.
   $ for i in in.png picture; do convert $i -crop 1x1+0+0 corner-$i; done
   $ alike 8 corner-in.png corner-picture
 
---verbose tells of driver, work, times and the library's log.
+--verbose prints the driver, the work, the times and the library's log.
   $ env debug.vardi.display.ups.enable=21 upscale --scale 2 in.png new.png --verbose 2>log
   $ grep -oE '^upscale: (driver: .*OpenGL ES 3\.|log: Upscaler: >> fsrResize)|fsr, sharpness|16x12 to 32x24|ms: read' log | sed 's/driver: .*OpenGL/driver: OpenGL/'
   upscale: log: Upscaler: >> fsrResize
@@ -107,8 +107,8 @@ A format goes by content in an input and by name in an output.
   16x12 to 32x24
   ms: read
 
-A disk that fills up. In blocks of 512 bytes: less than the output, which is large, and more than the files in memory that
-a driver's compiler may use.
+The disk fills up. The limit, in blocks of 512 bytes, is less than the output, which is large, and more than the files in
+memory that a driver's compiler may use.
   $ convert -size 100x100 xc:teal +noise Random -depth 8 noise.png
   $ (ulimit -f 256; MESA_SHADER_CACHE_DISABLE=true upscale --size 1200x1200 noise.png full.png)
   upscale: full.png: File too large

@@ -1,5 +1,5 @@
-Headers keep what is not known of them. A range told by an option, with and without a tag in the input; pixels alike but for
-whole pixels, from anamorphic to square, of no known shape, and too fine for 31 bits, so 1e-5 off.
+Headers keep the tags that are not known. The rows: a range from an option, with and without a tag in the input; then the shape
+of pixels: kept except for the rounding to whole pixels, from anamorphic to square, unknown, and too fine for 31 bits (1e-5 off).
   $ header() { echo YUV4MPEG2 $1 | upscale --size $2 - - "${@:3}"; }
   $ header 'W4 H3 F30000:1001 XA=1 Zz A4:3 XB' 8x6
   YUV4MPEG2 W8 H6 F30000:1001 XA=1 Zz A4:3 XB
@@ -16,7 +16,7 @@ whole pixels, from anamorphic to square, of no known shape, and too fine for 31 
   $ header 'W499 H491 A4294967291:4294967279' 2x487
   YUV4MPEG2 W2 H487 A1990762493:8044543
 
-Frames that are refused.
+These frames are refused.
   $ frames() { printf "YUV4MPEG2 W2 H1 Cmono\n$1" | upscale --scale 1 - - >/dev/null; }
   $ frames 'FRAME\nab\n'
   upscale: standard input: no frame header before frame 2

@@ -1,4 +1,5 @@
-Each operation on each kind of picture: an alpha channel that hides nothing is none; palettes become what they stand for.
+Each operation works on each kind of picture. An alpha channel that hides nothing is dropped; palettes become the colours that
+they stand for.
   $ mkdir in
   $ noise='-size 12x10 xc:teal -seed 7 +noise Random -depth 8'
   $ convert $noise -colorspace gray in/grey.png
@@ -6,7 +7,7 @@ Each operation on each kind of picture: an alpha channel that hides nothing is n
   $ convert $noise -define png:color-type=6 in/opaque.png
   $ convert $noise -colors 15 -alpha set -channel A -fx 'i<2?0.5:1' +channel in/palette.png
   $ convert $noise -colorspace gray -alpha set -channel A -evaluate set 50% +channel in/transparent-grey.png
-A white ring on nothing, black where it is hidden, as most programs leave it.
+A white ring on transparent black, as most programs leave it.
   $ convert -size 48x48 xc:none -fill none -stroke white -strokewidth 9.6 -draw 'circle 23.5,23.5 23.5,9.1' -depth 8 \
   >     -define png:color-type=6 in/ring.png
   $ convert in/ring.png -format '%[fx:p{0,0}.r] %[fx:p{0,0}.a]\n' info:
@@ -29,7 +30,7 @@ A white ring on nothing, black where it is hidden, as most programs leave it.
   transparent-grey.png 24x20 4 (GrayAlpha)
   $ for op in $(operations); do diff <(kinds out-fsr/*) <(kinds out-$op/*) || echo "by $op"; done
 
-No fringe: what is seen of the ring is white throughout.
+The ring has no fringe: its visible part is white throughout.
   $ convert -size 96x96 xc:white white.png
   $ for op in $(operations); do
   >     ring=out-$op/ring.png

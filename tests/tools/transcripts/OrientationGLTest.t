@@ -1,4 +1,4 @@
-JPEG files are turned upright as their EXIF data tell, in either byte order; so is their density.
+JPEG files are turned upright by the orientation of their EXIF data, in either byte order. Their density is turned too.
   $ quarters 32x16 in.png
   $ convert in.png -density 300x150 -units PixelsPerInch -quality 95 in.jpg
   $ for orientation in {1..8}; do

@@ -1,5 +1,5 @@
-Files and surroundings that do not do: one line, exit code 1 for files, 2 for the property and 3 for the driver. There is
-none here: what is wrong with files is told before it is looked for.
+What is wrong with files and with the environment is told in one line. The exit code is 1 for files, 2 for the property and 3
+for the driver. There is no driver here: files are checked before it is looked for.
   $ export __EGL_VENDOR_LIBRARY_FILENAMES=/nonexistent
   $ convert -size 4x3 xc:teal in.png
   $ touch empty.png

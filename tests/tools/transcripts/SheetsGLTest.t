@@ -1,4 +1,4 @@
-Sheets show what the operations give, the source first.
+Sheets show the source first, and then what the operations make of it.
   $ convert -size 300x90 plasma:red-blue -seed 7 -depth 8 in.png
   $ sheet() { upscale --scale 2 --force in.png sheet.png --crop 50,20,200x50 --zoom 1 "$@"; }
   $ cell() { convert sheet.png -crop 400x100+$((16 + 416 * $1))+$((50 + 173 * $2)) +repage cell.png; }

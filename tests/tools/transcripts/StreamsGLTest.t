@@ -1,4 +1,4 @@
-Without scaling nothing changes: sharpened by nothing, in colours of which none is clipped.
+Without scaling, and with next to no sharpening, nothing changes. No colour here is clipped.
   $ smooth() { printf 'defghijklmnopqrstuvwxyz{|}~%.0s' {1..99} | tail -c +$2 | head -c $1; } # BYTES FIRST
   $ for tags in 'W31 H17 F24:1 Ip A3:2 Cmono XYZ=1' 'W31 H17 C444 XCOLORRANGE=FULL' 'W31 H17 C444'; do
   >     bytes=$((31 * 17)); [[ $tags = *C444* ]] && bytes=$((bytes * 3))
@@ -6,7 +6,7 @@ Without scaling nothing changes: sharpened by nothing, in colours of which none 
   >     upscale --op nea --scale 1 --sharpness 100 in.y4m - | cmp - in.y4m
   > done
 
-Options override what is told: red by one matrix and range, other colours by others, which sharpening tells apart.
+Options override what the stream tells: another matrix or range makes other colours, and sharpening shows the difference.
   $ { echo YUV4MPEG2 W16 H9 C420mpeg2 XCOLORRANGE=LIMITED; echo FRAME; smooth $((16 * 9 + 80)) 1; } >in.y4m
   $ for options in '' '--range full' '--matrix bt709' '--matrix bt2020'; do
   >     upscale --op cas --size 33x21 --sharpness 0 in.y4m out.y4m $options --force
@@ -25,7 +25,7 @@ Options override what is told: red by one matrix and range, other colours by oth
   $ sort -u sums | wc -l
   4
 
-How it ends. A frame here is made of 144 bytes, and the result of 230,400.
+How a stream ends. A frame has 144 bytes here, and its result 230,400.
   $ { echo YUV4MPEG2 W16 H9 Cmono; for i in {1..6}; do echo FRAME; smooth 144 1; done; } >in.y4m
   $ head -c -1 in.y4m >cut.y4m
   $ { cat in.y4m; for i in {1..3}; do tail -n +2 in.y4m; done; } >long.y4m
@@ -49,8 +49,8 @@ How it ends. A frame here is made of 144 bytes, and the result of 230,400.
   $ large cut.y4m new.y4m
   upscale: cut.y4m: cut short in frame 6
   [1]
-The input stays open after two frames (without a header, which would fail first): whoever waits for a third must not wait
-for ever.
+The input stays open after two frames (without a header, which would fail first): a reader that waits for a third frame must
+not wait for ever.
   $ (exec 3< <(head -c 128 in.y4m; exec sleep 600); timeout 120 upscale --scale 40 --raw 4x4 - - <&3 >/dev/full; code=$?; kill $!; exit $code)
   upscale: standard output: No space left on device
   [1]

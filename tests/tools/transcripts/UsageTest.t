@@ -1,4 +1,4 @@
-What is wrong with a call is told in one line, by exit code 2, and no file comes or goes.
+A wrong command line gets one line of message and exit code 2, and no file comes or goes.
   $ convert -size 4x3 xc:teal in.png
   $ wrong() { upscale "$@" in.png out.png; code=$?; [ $code -eq 2 ] || echo "exit code $code"; }
   $ upscale

@@ -1,4 +1,4 @@
-Frames are scaled as pictures are, and in order: more of them than there are buffers.
+Frames are scaled as pictures are, and in order. There are more of them than buffers.
   $ for i in {1..8}; do
   >     convert -size 20x14 -seed $i plasma:red-blue -depth 8 in$i.png
   >     convert in$i.png -alpha on rgba:- >>in.rgba
@@ -11,7 +11,7 @@ Frames are scaled as pictures are, and in order: more of them than there are buf
   29568
   20160
 
-With ffmpeg on both sides. Two filters differ at edges only; a wrong range, matrix or order is 8 steps off and more.
+ffmpeg stands on both sides. Two filters differ at edges only; a wrong range, matrix or order is off by 8 steps and more.
   $ frames() { ffmpeg -v error -f lavfi -i testsrc2=size=120x68:rate=25 -frames:v 12 -vf gblur,hue=s=0.3,format="$@"; }
   $ toRgb='-f rawvideo -pix_fmt rgb24 -'
   $ for pixels in yuv420p yuvj420p yuv422p yuv444p gray; do
