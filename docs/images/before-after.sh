@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Makes before-after.png: before-after.sh UPSCALE, with the command to use. Needs ImageMagick and the
+# Makes before-after.png: before-after.sh UPSCALE, with the path of the command. Needs ImageMagick and the
 # font DejaVu Sans.
 set -eu
 upscale=$1

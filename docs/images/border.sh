@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Makes border.png: border.sh UPSCALE, with the command to use. Needs ImageMagick and the font DejaVu
+# Makes border.png: border.sh UPSCALE, with the path of the command. Needs ImageMagick and the font DejaVu
 # Sans.
 set -eu
 upscale=$1

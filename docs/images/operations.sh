@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Makes op-*.png, one picture for each operation at three sharpnesses: operations.sh UPSCALE, with the command to use.
+# Makes op-*.png, one picture for each operation at three sharpnesses: operations.sh UPSCALE, with the path of the command.
 # Needs ImageMagick and the font DejaVu Sans.
 set -eu
 upscale=$1

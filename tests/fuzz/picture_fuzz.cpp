@@ -2,13 +2,13 @@
 // Built for each format: reads the bytes as the command reads a file. `Failure` is what it may do.
 #include <zlib.h>
 
+#include <cstring>
+
 #include "memory_file.h"
-#include "tools/failure.h"
-#include "tools/picture_file.h"
+#include "tools/common/failure.h"
+#include "tools/pictures/formats.h"
 
 namespace {
-
-constexpr upscale::Format kFormat = upscale::Format::PICTURE_FORMAT;
 
 // Hardly anything would get past wrong ones.
 void correctPngChecksums(std::uint8_t* data, std::size_t size) {
@@ -33,16 +33,16 @@ extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, st
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                std::size_t most, unsigned) {
     size = LLVMFuzzerMutate(data, size, most);
-    if (kFormat == upscale::Format::Png) correctPngChecksums(data, size);
+    if (std::strcmp(PICTURE_FORMAT, "png") == 0) correctPngChecksums(data, size);
     return size;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::uint64_t kMostPixels = 1u << 20;
     try {
-        const auto reader = upscale::openPicture(memoryFile(data, size));
+        const auto [format, reader] = upscale::openPicture(memoryFile(data, size));
         const std::uint64_t pixels = std::uint64_t{reader->width()} * reader->height();
-        if (reader->format() != kFormat || pixels > kMostPixels) return 0;
+        if (format != upscale::formatNamed(PICTURE_FORMAT) || pixels > kMostPixels) return 0;
         const upscale::Picture picture = reader->read();
         if (pixels == 0 || picture.width != reader->width() || picture.height != reader->height() ||
             picture.pixels.size() != pixels * upscale::Picture::kChannels) {

@@ -2,9 +2,9 @@
 #include <vector>
 
 #include "memory_file.h"
-#include "tools/failure.h"
-#include "tools/frame_conversion.h"
-#include "tools/frame_stream.h"
+#include "tools/common/failure.h"
+#include "tools/video/frame_conversion.h"
+#include "tools/video/frame_stream.h"
 
 using namespace upscale;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/alpha.h"
+#include "tools/pictures/alpha.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/border.h"
+#include "tools/pictures/border.h"
 
 #include <gtest/gtest.h>
 

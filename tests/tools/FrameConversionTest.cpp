@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "tools/frame_conversion.h"
+#include "tools/video/frame_conversion.h"
 
 namespace {
 

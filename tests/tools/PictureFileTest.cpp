@@ -1,30 +1,46 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files of each format, and what goes from one to another.
-#include "tools/picture_file.h"
+#include "tools/pictures/formats.h"
 
 #include <gmock/gmock.h>
 #include <png.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 #include "fuzz/memory_file.h"
 #include "painted.h"
-#include "tools/alpha.h"
-#include "tools/failure.h"
+#include "tools/common/failure.h"
+#include "tools/pictures/alpha.h"
 
 namespace {
 
 using testing::HasSubstr;
-using upscale::Encoding;
-using upscale::Format;
+using upscale::formatNamed;
 using upscale::Picture;
+using upscale::PictureFormat;
 
-constexpr Encoding kPng = {Format::Png, {}};
-constexpr Encoding kJpeg = {Format::Jpeg, 95};
-constexpr Encoding kWebP = {Format::WebP, {}};
+struct Encoding {
+    const char* format;
+    std::optional<int> quality;
+    bool lossless;
+    bool grey;     // Whether the format has grey pictures,
+    bool density;  // a density,
+    bool profile;  // and a colour profile that nobody looks into, which PNG does.
+};
+// What each format keeps.
+constexpr Encoding kEncodings[] = {
+        {"png", {}, true, true, true, false},
+        {"jpeg", 95, false, true, true, true},
+        {"webp", {}, true, false, false, true},
+        {"webp", 95, false, false, false, true},
+};
+constexpr Encoding kPng = kEncodings[0];
+constexpr Encoding kJpeg = kEncodings[1];
 
 std::string readAll(std::FILE* file) {
     std::string bytes;
@@ -36,7 +52,8 @@ std::string readAll(std::FILE* file) {
 
 std::string stored(const Picture& picture, const Encoding& encoding) {
     std::FILE* file = std::tmpfile();
-    upscale::writePicture(picture, encoding, file, "stored");
+    const PictureFormat& format = *formatNamed(encoding.format);
+    upscale::writePicture(picture, format, encoding.quality, file, "stored");
     std::rewind(file);
     const std::string bytes = readAll(file);
     std::fclose(file);
@@ -45,7 +62,7 @@ std::string stored(const Picture& picture, const Encoding& encoding) {
 
 Picture loaded(const std::string& bytes) {
     const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
-    return upscale::openPicture(memoryFile(data, bytes.size()))->read();
+    return upscale::openPicture(memoryFile(data, bytes.size())).reader->read();
 }
 
 // Why the bytes of a file cannot be read; empty if they can.
@@ -163,22 +180,37 @@ TEST(PictureFileTest, ColourTagsOfPngComeBack) {
     EXPECT_EQ(tags.intent, std::nullopt);
 }
 
-TEST(PictureFileTest, PixelsSurvive) {
-    for (const bool transparent : {false, true}) {
-        const Picture picture = slopes(31, 17, transparent);
-        EXPECT_EQ(loaded(stored(picture, kWebP)).pixels, picture.pixels);
+TEST(PictureFileTest, EveryFormatKeepsWhatItHasRoomFor) {
+    for (const PictureFormat& format : upscale::kPictureFormats) {
+        SCOPED_TRACE(format.name);
+        const auto* row = std::find_if(
+                std::begin(kEncodings), std::end(kEncodings),
+                [&](const Encoding& encoding) { return formatNamed(encoding.format) == &format; });
+        ASSERT_NE(row, std::end(kEncodings)) << "a format without a row";
+        EXPECT_EQ(row->lossless, format.defaultQuality <= upscale::kLossless);
+        for (const std::string& extension : format.extensions)
+            EXPECT_EQ(formatNamed(extension), &format);
     }
-    Picture picture = slopes(31, 17, false);
-    for (const bool grey : {false, true}) {
-        if (grey) picture = alphaAsGrey(slopes(31, 17, true));
-        for (const Encoding& encoding : {kJpeg, Encoding{Format::WebP, 95}}) {
-            const Picture read = loaded(stored(picture, encoding));
-            EXPECT_EQ(read.grey, grey && encoding.format == Format::Jpeg);
-            ASSERT_EQ(read.pixels.size(), picture.pixels.size());
-            double sum = 0;
-            for (std::size_t i = 0; i < picture.pixels.size(); ++i)
-                sum += std::abs(read.pixels[i] - picture.pixels[i]);
-            EXPECT_LT(sum / static_cast<double>(picture.pixels.size()), 3);
+    for (const Encoding& encoding : kEncodings) {
+        SCOPED_TRACE(encoding.format);
+        const PictureFormat* format = formatNamed(encoding.format);
+        for (const bool transparent : {false, true}) {
+            if (transparent && (!format->alpha || !encoding.lossless)) continue;
+            Picture picture = slopes(31, 17, transparent);
+            for (const bool grey : {false, true}) {
+                if (grey) picture = alphaAsGrey(slopes(31, 17, true));
+                const std::string bytes = stored(picture, encoding);
+                const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
+                EXPECT_EQ(upscale::openPicture(memoryFile(data, bytes.size())).format, format);
+                const Picture read = loaded(bytes);
+                EXPECT_EQ(read.grey, grey && encoding.grey);
+                ASSERT_EQ(read.pixels.size(), picture.pixels.size());
+                double sum = 0;
+                for (std::size_t i = 0; i < picture.pixels.size(); ++i)
+                    sum += std::abs(read.pixels[i] - picture.pixels[i]);
+                const double mean = sum / static_cast<double>(picture.pixels.size());
+                EXPECT_LE(mean, encoding.lossless ? 0 : 3);
+            }
         }
     }
 }
@@ -186,32 +218,36 @@ TEST(PictureFileTest, PixelsSurvive) {
 TEST(PictureFileTest, ProfileAndDensityGoAlong) {
     Picture picture = slopes(9, 9, false);
     picture.tags.density = upscale::Density{11811, 5906, true};  // 300 and 150 to an inch
-    // More than one segment of a JPEG holds. Not a profile that PNG would take, but for its space.
+    // Longer than one segment of a JPEG. Only its colour space is that of a profile: PNG refuses
+    // it.
     picture.tags.profile.assign(100000, 7);
     const std::string space = "RGB ";
     std::copy(space.begin(), space.end(), picture.tags.profile.begin() + 16);
-    for (const Encoding& encoding : {kJpeg, kWebP}) {
-        const Picture read = loaded(stored(picture, encoding));
-        EXPECT_EQ(read.tags.profile, picture.tags.profile);
-        EXPECT_EQ(read.tags.density.has_value(), encoding.format == Format::Jpeg);
+    for (const Encoding& encoding : kEncodings) {
+        SCOPED_TRACE(encoding.format);
+        const upscale::Tags read = loaded(stored(picture, encoding)).tags;
+        EXPECT_EQ(read.profile,
+                  encoding.profile ? picture.tags.profile : std::vector<std::uint8_t>());
+        EXPECT_EQ(read.density.has_value(), encoding.density);
     }
     const Picture png = loaded(stored(loaded(stored(picture, kJpeg)), kPng));
     ASSERT_TRUE(png.tags.density);
     EXPECT_EQ(png.tags.density->x, 11811u);
     EXPECT_EQ(png.tags.density->y, 5906u);
     picture.grey = true;
-    for (const Encoding& encoding : {kPng, kJpeg, kWebP})
+    for (const Encoding& encoding : kEncodings)
         EXPECT_EQ(loaded(stored(picture, encoding)).tags.profile.empty(),
-                  encoding.format != Format::WebP)
-                << "a profile for other pixels";
+                  encoding.grey || !encoding.profile)
+                << encoding.format << ": a profile for other pixels";
 }
 
 TEST(PictureFileTest, NoPartOfAFileIsTakenForTheWhole) {
-    for (const Encoding& encoding : {kPng, kJpeg, kWebP, Encoding{Format::WebP, 50}}) {
-        const std::string whole = stored(slopes(40, 40, encoding.format == Format::WebP), encoding);
+    for (const Encoding& encoding : kEncodings) {
+        const bool transparent = formatNamed(encoding.format)->alpha;
+        const std::string whole = stored(slopes(40, 40, transparent), encoding);
         for (std::size_t length = 12; length < whole.size(); ++length)
             ASSERT_THAT(reasonOf(whole.substr(0, length)), HasSubstr("the file is cut short"))
-                    << length;
+                    << encoding.format << " " << length;
     }
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/progress.h"
+#include "tools/common/progress.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tools/y4m.h"
+#include "tools/video/y4m.h"
 
 #include <gtest/gtest.h>
 

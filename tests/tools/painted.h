@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdint>
 
-#include "tools/picture.h"
+#include "tools/pictures/picture.h"
 
 using Rgba = std::array<std::uint8_t, 4>;
 

@@ -1,0 +1,130 @@
+What the command does with files, whatever the operation.
+  $ quarters 16x12 in.png
+  $ size() { identify -format '%f %wx%h\n' "$@"; }
+
+--force replaces a file and keeps its mode and a link to it; it works in place too.
+  $ echo old >old.png
+  $ chmod 400 old.png
+  $ ln -s old.png link.png
+  $ upscale --scale 2 in.png link.png
+  upscale: link.png: File exists; --force replaces it
+  [1]
+  $ cat old.png
+  old
+  $ upscale --scale 2 in.png link.png --force
+  $ size old.png
+  old.png 32x24
+  $ stat -c '%A %N' old.png link.png
+  -r-------- 'old.png'
+  lrwxrwxrwx 'link.png' -> 'old.png'
+  $ upscale --scale 2 in.png in.png --force
+  $ size in.png
+  in.png 32x24
+  $ ls -A
+  in.png
+  link.png
+  old.png
+
+Failures leave no file behind.
+  $ rm -f link.png old.png
+  $ ffmpeg -v error -f lavfi -i color=teal:size=20000x2 -frames:v 1 wide.png
+  $ head -c $(($(stat -c %s in.png) / 2)) in.png >short.png
+  $ convert in.png -alpha set -channel A -evaluate set 50% icon.png
+  $ upscale --size 1000000x1 in.png out.png 2>&1 | sed 's/takes [0-9x]*/takes MOST/'
+  upscale: out.png: 1000000x1 is too large: the driver takes MOST pixels a side
+  [1]
+  $ upscale --scale 1e300 in.png out.png
+  upscale: out.png: 4294967295x4294967295 is too large: PNG takes 2147483647 pixels a side
+  [1]
+  $ upscale --size 4x4 wide.png out.png 2>&1 | sed 's/takes [0-9x]*/takes MOST/'
+  upscale: wide.png: 20000x2 is too large: the driver takes MOST pixels a side
+  [1]
+  $ upscale --scale 2 short.png out.png
+  upscale: short.png: the file is cut short
+  [1]
+  $ upscale --scale 2 icon.png out.jpg
+  upscale: out.jpg: the picture is transparent in parts, which JPEG cannot hold; PNG * can (glob)
+  [1]
+  $ upscale --scale 2 in.png short.png/
+  upscale: short.png/: not a folder
+  [1]
+  $ upscale --scale 2 in.png missing/new/
+  upscale: missing/new/: No such file or directory
+  [1]
+  $ ls -A
+  icon.png
+  in.png
+  short.png
+  wide.png
+
+Neither do faults of the driver. The library reports nothing, so the command has to find out what the driver did.
+  $ faulty skip-draws --op cas --scale 2 in.png out.png
+  upscale: the driver: pixels of the result were left unwritten
+  [1]
+  $ faulty gl-error --op cas --scale 2 in.png out.png 2>&1 | sed 's/: [0-9]*:/: LINE:/'
+  upscale: the driver: glGetError failed multimedia/display/upsservice/upscaler/upscaler: LINE: glDrawArrays(GL_TRIANGLES, 0, 6) failed: INVALID_ENUM
+  [1]
+  $ faulty no-fence --scale 2 in.png out.png
+  upscale: the driver: no fence could be made
+  [1]
+  $ faulty fence-timeout --scale 2 in.png out.png
+  upscale: the driver: no result after 300 seconds
+  [1]
+  $ faulty fence-error --scale 2 in.png out.png
+  upscale: the driver: waiting failed: Invalid argument
+  [1]
+  $ faulty bad-shaders --op cas --scale 2 in.png out.png 2>&1 | sed 's/: .*: ERROR/: DRIVER: ERROR/'
+  upscale: DRIVER: ERROR:SHADER_COMPILATION_ERROR of type: VERTEX
+  [3]
+  $ ls -A
+  icon.png
+  in.png
+  short.png
+  wide.png
+
+The content of an input decides its format, and the name of an output.
+  $ convert -size 16x12 xc:teal -seed 7 +noise Random -depth 16 deep.png
+  $ quarters 16x12 in.png
+  $ upscale --scale 2 deep.png out.png
+  upscale: warning: deep.png: 16 bits a channel are reduced to 8
+  $ upscale --scale 1 in.png photo.jpg --quality 95
+  $ mv photo.jpg photo.png
+  $ upscale --scale 2 photo.png picture.Webp
+  $ upscale --scale 1 picture.Webp picture --format jpeg
+  $ identify -format '%f %m %wx%h\n' photo.png picture.Webp picture
+  photo.png JPEG 16x12
+  picture.Webp WEBP 32x24
+  picture JPEG 32x24
+  $ for i in in.png picture; do convert $i -crop 1x1+0+0 corner-$i; done
+  $ alike 8 corner-in.png corner-picture
+
+--verbose prints the driver, the work, the times and the library's log.
+  $ env debug.vardi.display.ups.enable=21 upscale --scale 2 in.png new.png --verbose 2>log
+  $ grep -oE '^upscale: (driver: .*OpenGL ES 3\.|log: Upscaler: >> fsrResize)|fsr, sharpness|16x12 to 32x24|ms: read' log | sed 's/driver: .*OpenGL/driver: OpenGL/'
+  upscale: log: Upscaler: >> fsrResize
+  upscale: driver: OpenGL ES 3.
+  fsr, sharpness
+  16x12 to 32x24
+  ms: read
+
+The disk fills up. The limit, in blocks of 512 bytes, is less than the output, which is large, and more than the files in
+memory that a driver's compiler may use.
+  $ convert -size 100x100 xc:teal +noise Random -depth 8 noise.png
+  $ (ulimit -f 256; MESA_SHADER_CACHE_DISABLE=true upscale --size 1200x1200 noise.png full.png)
+  upscale: full.png: File too large
+  [1]
+  $ ls -A
+  corner-in.png
+  corner-picture
+  deep.png
+  icon.png
+  in.png
+  log
+  new.png
+  noise.png
+  out.png
+  photo.png
+  picture
+  picture.Webp
+  short.png
+  wide.png

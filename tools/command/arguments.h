@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#ifndef UPSCALER_TOOLS_COMMAND_ARGUMENTS_H
+#define UPSCALER_TOOLS_COMMAND_ARGUMENTS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "common/size.h"
+#include "gpu/operations.h"
+#include "pictures/border.h"
+#include "pictures/formats.h"
+#include "video/frame_format.h"
+
+namespace upscale {
+
+/// What a command line asks for. Bits, since an option goes with several.
+enum Task : unsigned {
+    kPictures = 1,  ///< One picture to a file, or many to a folder.
+    kCompare = 2,
+    kSweep = 4,
+    kVideo = 8,
+    kCheck = 16,
+};
+
+/// A part of a picture, in pixels.
+struct Crop {
+    std::uint32_t x;
+    std::uint32_t y;
+    Size size;
+};
+
+/// What the command line asks for.
+struct Arguments {
+    Task task = kPictures;
+
+    const Operation* operation = nullptr;
+    float sharpness = 0;
+    std::optional<Size> size;  ///< Without one, `scale` counts.
+    double scale = 0;
+    Border border = Border::Pad;
+    /// Null with `intoFolder` alone: each picture's own.
+    const PictureFormat* format = nullptr;
+    std::optional<int> quality;
+    bool force = false;
+    bool quiet = false;
+    bool verbose = false;
+
+    std::vector<float> sweep;  ///< The values of sharpness, of `kSweep`.
+    std::optional<Crop> crop;
+    std::optional<std::uint32_t> zoom;
+
+    std::optional<Size> raw;  ///< The input is frames of raw RGBA, of `kVideo`; otherwise Y4M.
+    std::optional<Matrix> matrix;
+    std::optional<Range> range;
+
+    std::vector<std::string> inputs;  ///< One, unless `intoFolder`. Of `kVideo` also "-".
+    std::string output;
+    bool intoFolder = false;  ///< `output` is a folder, which may be missing; of `kPictures`.
+
+    /// The size of the output for an input of the given size. Throws `Failure` if no pixels are
+    /// left.
+    /// @param input as `Failure` names it.
+    Size outputSize(const std::string& input, Size from) const;
+};
+
+/// Reads the command line. Throws `Failure` for wrong usage.
+/// @return nothing if the command line asked for a text (help, list, version), which is printed.
+std::optional<Arguments> parseArguments(int argc, const char* const* argv);
+
+}  // namespace upscale
+
+#endif  // UPSCALER_TOOLS_COMMAND_ARGUMENTS_H

@@ -1,0 +1,343 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "command/pictures.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <new>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "command/worker.h"
+#include "common/listed.h"
+#include "common/output_file.h"
+#include "common/stopwatch.h"
+#include "gpu/library_log.h"
+#include "gpu/scaler.h"
+#include "pictures/alpha.h"
+#include "pictures/formats.h"
+
+namespace upscale {
+namespace {
+
+constexpr std::size_t kMostNamed = 10;
+
+void expectFormatTakes(const std::string& name, const PictureFormat& format, Size size) {
+    if (std::max(size.width, size.height) <= format.largestSide) return;
+    throw Failure(Exit::Failed, name,
+                  inPixels(size) + " is too large: " + format.name + " takes " +
+                          std::to_string(format.largestSide) + " pixels a side");
+}
+
+[[noreturn]] void failTransparent(const std::string& name, const PictureFormat& format) {
+    std::vector<std::string> others;
+    for (const PictureFormat& other : kPictureFormats) {
+        if (other.alpha) others.push_back(other.name);
+    }
+    throw Failure(Exit::Failed, name,
+                  "the picture is transparent in parts, which " + format.name + " cannot hold; " +
+                          listed(others, "and") + " can");
+}
+
+// A picture on its way from file to file.
+class Job {
+  public:
+    Job(const Arguments& arguments, Report& report, const std::string& input)
+        : mArguments(arguments),
+          mReport(report),
+          mInput(input),
+          mPicture(openPicture(input)),
+          mFormat(arguments.format ? *arguments.format : *mPicture.format),
+          mFrom{mPicture.reader->width(), mPicture.reader->height()},
+          mTo(arguments.outputSize(input, mFrom)) {}
+
+    const PictureFormat& format() const { return mFormat; }
+
+    // Checks that there can be such a file.
+    void setOutput(const std::string& path) {
+        mOutput = path;
+        mFile = std::make_unique<OutputFile>(path, mArguments.force);
+        expectFormatTakes(path, mFormat, mTo);
+    }
+
+    void scale(Scaler& scaler) {
+        scaler.expectFits(mInput, mFrom);
+        scaler.expectFits(mOutput, mTo);
+        mPlan = scaler.plan(mFrom, mTo);
+        Stopwatch watch;
+        Picture source = mPicture.reader->read();
+        if (!mFormat.alpha && hasTransparency(source)) failTransparent(mOutput, mFormat);
+        if (mPicture.reader->depth() > 8) {
+            mReport.warning(mInput + ": " + std::to_string(mPicture.reader->depth()) +
+                            " bits a channel are reduced to 8");
+        }
+        mPicture.reader.reset();
+        mReadTime = watch.lap();
+        mResult = scaler.scale(std::move(source), mPlan, mArguments.sharpness);
+        mDriver = scaler.driver();
+        mTimes = scaler.takeTimes();
+    }
+
+    // On any thread.
+    void write() {
+        Stopwatch watch;
+        writePicture(mResult, mFormat, mArguments.quality, mFile->open(), mOutput);
+        mFile->commit();
+        mWriteTime = watch.lap();
+    }
+
+    void reportTimes() const {
+        if (!mReport.verbose()) return;
+        char line[1024];
+        std::snprintf(
+                line, sizeof(line), "%s, sharpness %g: %s to %s (with its border, %s to %s)%s",
+                mArguments.operation->name, static_cast<double>(mArguments.sharpness),
+                inPixels(mFrom).c_str(), inPixels(mTo).c_str(), inPixels(mPlan.from).c_str(),
+                inPixels(mPlan.to).c_str(), hasTransparency(mResult) ? ", with transparency" : "");
+        mReport.note("driver: " + mDriver);
+        mReport.note(line);
+        std::snprintf(line, sizeof(line),
+                      "ms: read %.1f, upload %.1f, call %.1f, GPU %.1f, download %.1f, write %.1f",
+                      mReadTime, mTimes.upload, mTimes.call, mTimes.gpu, mTimes.download,
+                      mWriteTime);
+        mReport.note(line);
+    }
+
+  private:
+    const Arguments& mArguments;
+    Report& mReport;
+    std::string mInput;
+    std::string mOutput;
+    OpenPicture mPicture;
+    const PictureFormat& mFormat;
+    Size mFrom, mTo;
+    ScalePlan mPlan = {};
+    std::unique_ptr<OutputFile> mFile;
+    Picture mResult;
+    std::string mDriver;
+    Times mTimes;
+    double mReadTime = 0;
+    double mWriteTime = 0;
+};
+
+bool isFolder(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::is_directory(path, error);
+}
+
+using Identity = std::pair<dev_t, ino_t>;
+
+std::optional<Identity> identityOf(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0) return std::nullopt;
+    return Identity{status.st_dev, status.st_ino};
+}
+
+void makeFolder(const std::string& path) {
+    if (mkdir(path.c_str(), 0777) == 0) return;
+    const int error = errno;
+    if (!isFolder(path))
+        throw Failure(Exit::Failed, path, error == EEXIST ? "not a folder" : std::strerror(error));
+}
+
+std::string within(const std::string& folder, const std::string& name) {
+    return folder.back() == '/' ? folder + name : folder + "/" + name;
+}
+
+// Many pictures, one after the other: while one is read and scaled, the one before is written.
+class Batch {
+  public:
+    Batch(const Arguments& arguments, Report& report)
+        : mArguments(arguments), mReport(report), mLog(arguments.verbose) {
+        for (const std::string& input : arguments.inputs) {
+            addInput(input);
+        }
+        for (const std::string& input : mInputs) {
+            if (const auto identity = identityOf(input)) mIdentities.insert(*identity);
+        }
+    }
+
+    Exit run() {
+        Scaler scaler(*mArguments.operation, mArguments.border, mLog, mReport);
+        makeFolder(mArguments.output);
+        mReport.startProgress("pictures", mInputs.size());
+        for (const std::string& input : mInputs) {
+            std::shared_ptr<Job> job;
+            const auto scale = [&] {
+                job = begin(input);
+                job->scale(scaler);
+            };
+            const std::exception_ptr error = errorOf(scale);
+            finishLast();
+            if (error) {
+                settle(input, error);
+            } else {
+                mLast = {input, job};
+                mWorker.start([job] { job->write(); });
+            }
+            if (mStopped) break;
+        }
+        finishLast();
+        mReport.endProgress();
+        summarise();
+        return mExit;
+    }
+
+  private:
+    void addInput(const std::string& input) {
+        std::vector<std::string> pictures = {input};
+        try {
+            if (isFolder(input)) pictures = picturesIn(input);
+        } catch (const Failure&) {
+            // It counts as a picture, whose turn to fail comes.
+        }
+        mInputs.insert(mInputs.end(), pictures.begin(), pictures.end());
+    }
+
+    std::shared_ptr<Job> begin(const std::string& input) {
+        if (isFolder(input)) picturesIn(input);
+        auto job = std::make_shared<Job>(mArguments, mReport, input);
+        const std::string output = within(mArguments.output, outputName(input, job->format()));
+        expectUnused(input, output);
+        job->setOutput(output);
+        return job;
+    }
+
+    void expectUnused(const std::string& input, const std::string& output) {
+        const auto [taken, isNew] = mOutputs.emplace(output, input);
+        if (!isNew)
+            throw Failure(Exit::Failed, output,
+                          "is also the output of " + taken->second + ", which came first");
+        const auto replaced = identityOf(output);
+        if (replaced && replaced != identityOf(input) && mIdentities.count(*replaced) != 0)
+            throw Failure(Exit::Failed, output, "is an input itself and is not replaced");
+    }
+
+    template <typename Work>
+    static std::exception_ptr errorOf(const Work& work) {
+        try {
+            work();
+        } catch (...) {
+            return std::current_exception();
+        }
+        return nullptr;
+    }
+
+    void finishLast() {
+        if (!mLast.second) return;
+        const auto error = errorOf([this] { mWorker.wait(); });
+        if (!error) mLast.second->reportTimes();
+        settle(mLast.first, error);
+        mLast = {};
+    }
+
+    // Counts a picture as done or failed.
+    void settle(const std::string& input, const std::exception_ptr& error) {
+        ++mSettled;
+        if (error) {
+            const auto [code, reason] = explain(error);
+            // Its subject may be the output, or the driver.
+            const bool named = reason.rfind(input + ":", 0) == 0;
+            mReport.failure(named ? reason : input + ": " + reason);
+            mFailed.push_back(input);
+            if (mExit == Exit::Done || code != Exit::Failed) mExit = code;
+        }
+        mReport.progress(mSettled);
+    }
+
+    std::pair<Exit, std::string> explain(const std::exception_ptr& error) {
+        try {
+            std::rethrow_exception(error);
+        } catch (const DriverLost& failure) {
+            mStopped = true;
+            return {failure.code(), failure.what()};
+        } catch (const Failure& failure) {
+            if (failure.code() != Exit::Failed) mStopped = true;
+            return {failure.code(), failure.what()};
+        } catch (const std::bad_alloc&) {
+            return {Exit::Failed, "out of memory"};
+        } catch (const std::exception& other) {
+            return {Exit::Failed, other.what()};
+        }
+    }
+
+    void summarise() const {
+        const std::size_t all = mInputs.size();
+        if (mFailed.empty() || all < 2) return;
+        std::string names;
+        for (std::size_t i = 0; i < std::min(mFailed.size(), kMostNamed); ++i) {
+            names += (i == 0 ? "" : ", ") + mFailed[i];
+        }
+        if (mFailed.size() > kMostNamed)
+            names += " and " + std::to_string(mFailed.size() - kMostNamed) + " more";
+        if (mSettled < all) names += "; " + std::to_string(all - mSettled) + " more were not tried";
+        mReport.note(std::to_string(mFailed.size()) + " of " + std::to_string(all) +
+                     " failed: " + names);
+    }
+
+    const Arguments& mArguments;
+    Report& mReport;
+    LibraryLog mLog;
+    std::vector<std::string> mInputs;
+    std::set<Identity> mIdentities;               // of the inputs
+    std::map<std::string, std::string> mOutputs;  // and what they are made from
+    std::vector<std::string> mFailed;
+    std::size_t mSettled = 0;
+    bool mStopped = false;
+    Exit mExit = Exit::Done;
+    std::pair<std::string, std::shared_ptr<Job>> mLast;  // that the worker writes
+    Worker mWorker;
+};
+
+}  // namespace
+
+std::string outputName(const std::string& input, const PictureFormat& format) {
+    const std::string name = input.substr(input.rfind('/') + 1);
+    const std::string extension = extensionOf(name);
+    const PictureFormat* named = formatNamed(extension);
+    if (named == &format) return name;
+    const std::size_t kept = named ? name.size() - extension.size() - 1 : name.size();
+    return name.substr(0, kept) + "." + format.extensions.front();
+}
+
+std::vector<std::string> picturesIn(const std::string& folder) {
+    std::vector<std::string> pictures;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename();
+        std::error_code unknown;  // A link to nowhere is tried, and fails with a message.
+        if (name.front() == '.' || !formatNamed(extensionOf(name)) || entry->is_directory(unknown))
+            continue;
+        pictures.push_back(within(folder, name));
+    }
+    if (error) throw Failure(Exit::Failed, folder, error.message());
+    if (pictures.empty())
+        throw Failure(Exit::Failed, folder, "no " + formatNames("or") + " files in this folder");
+    std::sort(pictures.begin(), pictures.end());
+    return pictures;
+}
+
+void scalePicture(const Arguments& arguments, Report& report) {
+    Job job(arguments, report, arguments.inputs.front());
+    job.setOutput(arguments.output);
+    LibraryLog log(arguments.verbose);
+    Scaler scaler(*arguments.operation, arguments.border, log, report);
+    job.scale(scaler);
+    job.write();
+    job.reportTimes();
+}
+
+Exit scalePictures(const Arguments& arguments, Report& report) {
+    return Batch(arguments, report).run();
+}
+
+}  // namespace upscale

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// The formats of picture files that the command knows. Its lists, checks, messages and help texts
+/// follow from the rows in formats.cpp.
+#ifndef UPSCALER_TOOLS_PICTURES_FORMATS_H
+#define UPSCALER_TOOLS_PICTURES_FORMATS_H
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pictures/input_file.h"
+#include "pictures/picture_reader.h"
+
+namespace upscale {
+
+/// In place of a default quality, which is 1 to 100: the format has none, or loses nothing unless
+/// it is asked to.
+constexpr int kNoQuality = -1;
+constexpr int kLossless = 0;
+
+struct PictureFormat {
+    std::string name;  ///< As it is read: "JPEG". In lower case, --format's word.
+    std::vector<std::string> extensions;  ///< Of file names, in lower case; the usual one first.
+    std::uint32_t largestSide;            ///< The longest side, in pixels, that a file can have.
+    bool alpha;
+    int defaultQuality;
+    std::vector<std::string_view> magic;  ///< What a file begins with, one of these; ? is any byte.
+    std::unique_ptr<PictureReader> (*open)(InputFile file);
+    void (*write)(const Picture& picture, int quality, std::FILE* file, const std::string& name);
+};
+
+extern const std::vector<PictureFormat> kPictureFormats;
+
+/// The format of a name, in any case: its own or an extension. Null if there is none.
+const PictureFormat* formatNamed(const std::string& name);
+
+/// The word of a format for --format: "jpeg".
+std::string wordOf(const PictureFormat& format);
+/// All formats in a sentence: "PNG, JPEG or WebP".
+std::string formatNames(const std::string& conjunction);
+/// All of --format's words.
+std::vector<std::string> formatWords();
+
+/// The extension of a file's name, without the dot; empty if it has none.
+std::string extensionOf(const std::string& path);
+
+/// A picture whose header has been read.
+struct OpenPicture {
+    const PictureFormat* format;
+    std::unique_ptr<PictureReader> reader;
+};
+
+/// Opens a file of any of the formats, told apart by content. Throws `Failure`.
+OpenPicture openPicture(const std::string& path);
+
+/// Writes a picture; see codecs.h.
+/// @param quality 1 to 100, or nothing for the format's default. A format that has no quality does
+///     not look at it. @param name the file as `Failure` names it.
+void writePicture(const Picture& picture, const PictureFormat& format, std::optional<int> quality,
+                  std::FILE* file, const std::string& name);
+
+}  // namespace upscale
+
+#endif  // UPSCALER_TOOLS_PICTURES_FORMATS_H

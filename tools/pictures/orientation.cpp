@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pictures/orientation.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace upscale {
+namespace {
+
+constexpr unsigned kOrientationTag = 0x0112;
+constexpr unsigned kShortType = 3;
+constexpr std::size_t kEntryBytes = 12;
+
+// Numbers of two and four bytes, in the data's own order; 0 past its end.
+struct Numbers {
+    const std::uint8_t* data;
+    std::size_t size;
+    bool bigEndian;
+
+    std::uint32_t at(std::size_t offset, std::size_t bytes) const {
+        if (offset > size || size - offset < bytes) return 0;
+        std::uint32_t number = 0;
+        for (std::size_t i = 0; i < bytes; ++i) {
+            number = number << 8 | data[offset + (bigEndian ? i : bytes - 1 - i)];
+        }
+        return number;
+    }
+};
+
+}  // namespace
+
+int exifOrientation(const std::uint8_t* data, std::size_t size) {
+    if (size < 8 || data[0] != data[1] || (data[0] != 'I' && data[0] != 'M')) return 1;
+    const Numbers numbers = {data, size, data[0] == 'M'};
+    const std::size_t directory = numbers.at(4, 4);
+    const std::size_t entries = numbers.at(directory, 2);
+    for (std::size_t i = 0; i < entries; ++i) {
+        const std::size_t entry = directory + 2 + i * kEntryBytes;
+        if (numbers.at(entry, 2) != kOrientationTag) continue;
+        const std::uint32_t value = numbers.at(entry + 8, 2);
+        const bool valid = numbers.at(entry + 2, 2) == kShortType && value >= 1 && value <= 8;
+        return valid ? static_cast<int>(value) : 1;
+    }
+    return 1;
+}
+
+Picture upright(Picture picture, int orientation) {
+    if (orientation == 1) return picture;
+    const bool sideways = turnsSideways(orientation);
+    // Where the stored rows and columns begin, seen along the stored axes.
+    const bool fromRight =
+            orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
+    const bool fromBottom =
+            orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
+    Picture result(sideways ? picture.height : picture.width,
+                   sideways ? picture.width : picture.height);
+    result.grey = picture.grey;
+    result.tags = std::move(picture.tags);
+    std::uint8_t* to = result.pixels.data();
+    for (std::size_t y = 0; y < result.height; ++y) {
+        for (std::size_t x = 0; x < result.width; ++x, to += Picture::kChannels) {
+            std::size_t column = sideways ? y : x;
+            std::size_t row = sideways ? x : y;
+            if (fromRight) column = picture.width - 1 - column;
+            if (fromBottom) row = picture.height - 1 - row;
+            std::copy_n(picture.pixel(row * picture.width + column), Picture::kChannels, to);
+        }
+    }
+    if (sideways && result.tags.density) std::swap(result.tags.density->x, result.tags.density->y);
+    return result;
+}
+
+}  // namespace upscale

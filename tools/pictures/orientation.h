@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// The EXIF orientation, by which cameras tell how the stored rows lie.
+#ifndef UPSCALER_TOOLS_PICTURES_ORIENTATION_H
+#define UPSCALER_TOOLS_PICTURES_ORIENTATION_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "pictures/picture.h"
+
+namespace upscale {
+
+/// The orientation, 1 to 8, in EXIF data that begins with its byte order mark. 1, which is upright,
+/// if there is none.
+int exifOrientation(const std::uint8_t* data, std::size_t size);
+
+/// Whether width and height change places.
+constexpr bool turnsSideways(int orientation) {
+    return orientation >= 5;
+}
+
+/// The picture, stored in the given orientation, as it should be seen.
+Picture upright(Picture picture, int orientation);
+
+}  // namespace upscale
+
+#endif  // UPSCALER_TOOLS_PICTURES_ORIENTATION_H

@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <png.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csetjmp>
+#include <cstring>
+#include <utility>
+
+#include "common/failure.h"
+#include "pictures/alpha.h"
+#include "pictures/codecs.h"
+
+namespace upscale {
+namespace {
+
+// Past any driver's limit; keeps the products below far from overflow.
+constexpr png_uint_32 kLargestSide = 1u << 20;
+constexpr png_alloc_size_t kLargestChunk = kLargestProfile;
+constexpr png_uint_32 kMostChunks = 256;
+// Deflate cannot do better than 1032 to 1, so a smaller file cannot hold the pixels it promises.
+constexpr std::uint64_t kBestCompression = 1032;
+
+// The message of the call that failed; libpng's own is gone once it has jumped.
+struct PngError {
+    char text[256] = "";
+};
+
+[[noreturn]] void onError(png_structp png, png_const_charp message) {
+    auto* error = static_cast<PngError*>(png_get_error_ptr(png));
+    std::snprintf(error->text, sizeof(error->text), "%s", message);
+    png_longjmp(png, 1);
+}
+
+void onWarning(png_structp, png_const_charp) {}
+
+void readBytes(png_structp png, png_bytep data, size_t size) {
+    auto* file = static_cast<InputFile*>(png_get_io_ptr(png));
+    if (file->read(data, size) == size) return;
+    png_error(png, file->failed() ? std::strerror(errno) : kCutShort);
+}
+
+void writeBytes(png_structp png, png_bytep data, size_t size) {
+    auto* file = static_cast<std::FILE*>(png_get_io_ptr(png));
+    if (std::fwrite(data, 1, size, file) != size) png_error(png, std::strerror(errno));
+}
+
+void flushBytes(png_structp png) {
+    auto* file = static_cast<std::FILE*>(png_get_io_ptr(png));
+    if (std::fflush(file) != 0) png_error(png, std::strerror(errno));
+}
+
+// Runs calls that may fail; false if one did. libpng leaves a failed call with a jump that ends
+// `calls` without destructors, so it may hold none while it calls libpng.
+template <typename Calls>
+bool succeeds(png_structp png, const Calls& calls) {
+    if (setjmp(png_jmpbuf(png))) return false;
+    calls();
+    return true;
+}
+
+Tags readTags(png_structp png, png_infop info) {
+    Tags tags;
+    int intent = 0;
+    if (png_get_sRGB(png, info, &intent)) tags.intent = intent;
+    png_fixed_point gamma = 0;
+    // libpng makes up a gAMA and a cHRM where sRGB stands; they would be written in its stead.
+    if (!tags.intent && png_get_gAMA_fixed(png, info, &gamma)) tags.gamma = gamma;
+    std::array<png_fixed_point, 8> p{};
+    if (!tags.intent &&
+        png_get_cHRM_fixed(png, info, &p[0], &p[1], &p[2], &p[3], &p[4], &p[5], &p[6], &p[7])) {
+        tags.primaries = p;
+    }
+    png_charp name = nullptr;
+    png_bytep profile = nullptr;
+    png_uint_32 size = 0;
+    int compression = 0;
+    if (png_get_iCCP(png, info, &name, &compression, &profile, &size)) {
+        tags.profileName = name;
+        tags.profile.assign(profile, profile + size);
+    }
+    Density density = {};
+    int unit = 0;
+    if (png_get_pHYs(png, info, &density.x, &density.y, &unit)) {
+        density.perMetre = unit == PNG_RESOLUTION_METER;
+        tags.density = density;
+    }
+    return tags;
+}
+
+void writeTags(png_structp png, png_infop info, const Picture& picture) {
+    const Tags& tags = picture.tags;
+    if (tags.intent) png_set_sRGB(png, info, *tags.intent);
+    if (tags.gamma) png_set_gAMA_fixed(png, info, *tags.gamma);
+    if (tags.primaries) {
+        const auto& p = *tags.primaries;
+        png_set_cHRM_fixed(png, info, p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7]);
+    }
+    if (profileFits(tags.profile, picture.grey)) {
+        png_set_iCCP(png, info, tags.profileName.c_str(), PNG_COMPRESSION_TYPE_BASE,
+                     tags.profile.data(), static_cast<png_uint_32>(tags.profile.size()));
+    }
+    if (tags.density) {
+        png_set_pHYs(png, info, tags.density->x, tags.density->y,
+                     tags.density->perMetre ? PNG_RESOLUTION_METER : PNG_RESOLUTION_UNKNOWN);
+    }
+}
+
+class PngReader : public PictureReader {
+  public:
+    explicit PngReader(InputFile file) : mFile(std::move(file)) {
+        const auto readHeader = [this] {
+            png_set_read_fn(png(), &mFile, readBytes);
+            png_set_user_limits(png(), kLargestSide, kLargestSide);
+            png_set_chunk_malloc_max(png(), kLargestChunk);
+            png_set_chunk_cache_max(png(), kMostChunks);
+            png_read_info(png(), info());
+            png_get_IHDR(png(), info(), &mWidth, &mHeight, &mDepth, &mColourType, nullptr, nullptr,
+                         nullptr);
+        };
+        if (!succeeds(png(), readHeader)) mFile.fail(mHandles.error.text);
+    }
+
+    std::uint32_t width() const override { return mWidth; }
+    std::uint32_t height() const override { return mHeight; }
+    int depth() const override { return mDepth; }
+
+    Picture read() override {
+        const std::uint64_t rawBytes = std::uint64_t{png_get_rowbytes(png(), info())} * mHeight;
+        if (mFile.size() != 0 && rawBytes / kBestCompression > mFile.size()) mFile.fail(kCutShort);
+
+        Picture picture(mWidth, mHeight);
+        picture.grey = (mColourType & PNG_COLOR_MASK_COLOR) == 0;
+        picture.tags = readTags(png(), info());
+        std::vector<png_bytep> rows(mHeight);
+        for (std::size_t y = 0; y < rows.size(); ++y) {
+            rows[y] = picture.row(y);
+        }
+        const auto readPixels = [this, &rows] {
+            png_set_expand(png());
+            png_set_scale_16(png());
+            png_set_gray_to_rgb(png());
+            png_set_add_alpha(png(), Picture::kOpaque, PNG_FILLER_AFTER);
+            png_set_interlace_handling(png());
+            png_read_image(png(), rows.data());
+            png_read_end(png(), nullptr);
+        };
+        if (!succeeds(png(), readPixels)) mFile.fail(mHandles.error.text);
+        return picture;
+    }
+
+  private:
+    struct Handles {
+        PngError error;
+        png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error, onError, onWarning);
+        png_infop info = png ? png_create_info_struct(png) : nullptr;
+
+        Handles() {
+            if (!info) throw std::bad_alloc();
+        }
+        ~Handles() { png_destroy_read_struct(&png, &info, nullptr); }
+        Handles(const Handles&) = delete;
+        Handles& operator=(const Handles&) = delete;
+    };
+
+    png_structp png() const { return mHandles.png; }
+    png_infop info() const { return mHandles.info; }
+
+    InputFile mFile;
+    Handles mHandles;
+    png_uint_32 mWidth = 0;
+    png_uint_32 mHeight = 0;
+    int mDepth = 0;
+    int mColourType = 0;
+};
+
+class PngWriter {
+  public:
+    PngWriter()
+        : mPng(png_create_write_struct(PNG_LIBPNG_VER_STRING, &mError, onError, onWarning)) {
+        mInfo = mPng ? png_create_info_struct(mPng) : nullptr;
+    }
+    ~PngWriter() { png_destroy_write_struct(&mPng, &mInfo); }
+    PngWriter(const PngWriter&) = delete;
+    PngWriter& operator=(const PngWriter&) = delete;
+
+    void write(const Picture& picture, std::FILE* file, const std::string& name) {
+        if (!mInfo) throw std::bad_alloc();
+        const bool alpha = hasTransparency(picture);
+        const std::size_t colours = picture.grey ? 1 : 3;
+        std::vector<png_byte> packed(picture.width * (colours + (alpha ? 1 : 0)));
+        const auto writeAll = [&] {
+            png_set_write_fn(mPng, file, writeBytes, flushBytes);
+            png_set_user_limits(mPng, kLargestSide, kLargestSide);
+            const int type = (picture.grey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB) |
+                             (alpha ? PNG_COLOR_MASK_ALPHA : 0);
+            png_set_IHDR(mPng, mInfo, picture.width, picture.height, 8, type, PNG_INTERLACE_NONE,
+                         PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+            // A damaged profile from another format is left out.
+            png_set_benign_errors(mPng, 1);
+            writeTags(mPng, mInfo, picture);
+            png_write_info(mPng, mInfo);
+            for (std::uint32_t y = 0; y < picture.height; ++y) {
+                const png_byte* from = picture.row(y);
+                png_byte* to = packed.data();
+                for (std::uint32_t x = 0; x < picture.width; ++x, from += Picture::kChannels) {
+                    to = std::copy_n(from, colours, to);
+                    if (alpha) *to++ = from[Picture::kChannels - 1];
+                }
+                png_write_row(mPng, packed.data());
+            }
+            png_write_end(mPng, mInfo);
+        };
+        if (!succeeds(mPng, writeAll)) throw Failure(Exit::Failed, name, mError.text);
+    }
+
+  private:
+    PngError mError;
+    png_structp mPng = nullptr;
+    png_infop mInfo = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<PictureReader> openPng(InputFile file) {
+    return std::make_unique<PngReader>(std::move(file));
+}
+
+void writePng(const Picture& picture, int, std::FILE* file, const std::string& name) {
+    PngWriter().write(picture, file, name);
+}
+
+}  // namespace upscale
