@@ -4,6 +4,7 @@
 #define BENCH_OPERATIONS_H
 
 #include <cstdint>
+#include <cstdio>
 
 #include "upscaler/operations.h"
 #include "upscaler/upscaler.h"
@@ -23,6 +24,11 @@ struct Operation {
 #define ROW(name) {#name, &Upscaler::name},
 constexpr Operation kOperations[] = {UPSCALER_OPERATIONS(ROW)};
 #undef ROW
+
+inline void printOperations() {
+    for (const Operation& operation : kOperations)
+        std::puts(operation.name);
+}
 
 inline sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height) {
     return sp<GraphicBuffer>(new GraphicBuffer(

@@ -152,8 +152,7 @@ int measure(const char* name, unsigned frames) {
 int main(int argc, char** argv) {
     if (argc == 3) return bench::measure(argv[1], static_cast<unsigned>(std::atoi(argv[2])));
     if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
-        for (const bench::Operation& operation : bench::kOperations)
-            std::puts(operation.name);
+        bench::printOperations();
         return 0;
     }
     bench::printChecksums();

@@ -29,4 +29,16 @@ std::string casTUpscaleFragment();
 
 }  // namespace android
 
+// Each fragment shader: its name for tests and benchmarks, and its text.
+#define UPSCALER_FRAGMENT_SHADERS(X) \
+    X(copy, kCopyExternalFragment)   \
+    X(copy2d, kCopy2dFragment)       \
+    X(rgb2hsv, kRgb2hsvFragment)     \
+    X(easu, kEasuFragment)           \
+    X(rcas, kRcasFragment)           \
+    X(cas, casUpscaleFragment())     \
+    X(cast, casTUpscaleFragment())   \
+    X(casv, casVUpscaleFragment())   \
+    X(casSharpen, casSharpenFragment())
+
 #endif  // UPSCALER_SHADERS_SHADERS_H
