@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+// call_cost --list: prints the names of the operations.
+//
 // call_cost [OPERATION [CALLS [BUFFERS]]]: makes calls of one operation on buffers that are cached,
 // BUFFERS of them, and prints how often a call asked for memory and what it took, and construction.
 // Run with the null driver, so that nothing but the library and the host is seen; callgrind counts
@@ -81,6 +83,10 @@ int run(const Operation& operation, unsigned calls, size_t count) {
 
 int main(int argc, char** argv) {
     const char* name = argc > 1 ? argv[1] : "fsrResize";
+    if (std::strcmp(name, "--list") == 0) {
+        bench::printOperations();
+        return 0;
+    }
     const auto calls = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) : 1000U;
     const size_t buffers = argc > 3 ? std::strtoul(argv[3], nullptr, 10) : 2;
     for (const bench::Operation& operation : bench::kOperations) {

@@ -22,19 +22,11 @@ void end(Upscaler& upscaler) {
     upscaler.destroyEGL();
 }
 
-const std::pair<const char*, std::string> kPrograms[] = {
-        {"copy", android::kCopyExternalFragment},
-        {"copy_2d", android::kCopy2dFragment},
-        {"rgb2hsv", android::kRgb2hsvFragment},
-        {"easu", android::kEasuFragment},
-        {"rcas", android::kRcasFragment},
-        {"cas", android::casUpscaleFragment()},
-        {"cast", android::casTUpscaleFragment()},
-        {"casv", android::casVUpscaleFragment()},
-        {"cas_sharpen", android::casSharpenFragment()},
-};
+#define PROGRAM(name, text) {#name, android::text},
+const std::pair<const char*, std::string> kPrograms[] = {UPSCALER_FRAGMENT_SHADERS(PROGRAM)};
+#undef PROGRAM
 
-// What construction is made of, as shares: a context and the nine programs, made again one by one.
+// What construction is made of, as shares: a context and the programs, made again one by one.
 // What is left is the library's own.
 void construct(benchmark::State& state) {
     const sp<GraphicBuffer> keepsTheDriverLoaded = makeBuffer(1, 1);

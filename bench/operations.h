@@ -4,7 +4,9 @@
 #define BENCH_OPERATIONS_H
 
 #include <cstdint>
+#include <cstdio>
 
+#include "upscaler/operations.h"
 #include "upscaler/upscaler.h"
 
 namespace bench {
@@ -19,11 +21,14 @@ struct Operation {
     void (Upscaler::*call)(sp<GraphicBuffer>&, sp<GraphicBuffer>&, float, sp<Fence>*);
 };
 
-constexpr Operation kOperations[] = {
-        {"fsrResize", &Upscaler::fsrResize},     {"neaResize", &Upscaler::neaResize},
-        {"casSharpen", &Upscaler::casSharpen},   {"casResize", &Upscaler::casResize},
-        {"casvUpscale", &Upscaler::casvUpscale}, {"casTUpscale", &Upscaler::casTUpscale},
-};
+#define ROW(name) {#name, &Upscaler::name},
+constexpr Operation kOperations[] = {UPSCALER_OPERATIONS(ROW)};
+#undef ROW
+
+inline void printOperations() {
+    for (const Operation& operation : kOperations)
+        std::puts(operation.name);
+}
 
 inline sp<GraphicBuffer> makeBuffer(uint32_t width, uint32_t height) {
     return sp<GraphicBuffer>(new GraphicBuffer(

@@ -133,16 +133,16 @@ class Stage {
 
 void passesOverFloor(benchmark::State& state) {
     Stage stage;
-    interleave(state, {
-                              {"", stage.pass(android::kCopy2dFragment, false)},
-                              {"rgb2hsv", stage.pass(android::kRgb2hsvFragment, false)},
-                              {"easu", stage.pass(android::kEasuFragment, false)},
-                              {"rcas", stage.pass(android::kRcasFragment, true)},
-                              {"cas_sharpen", stage.pass(android::casSharpenFragment(), true)},
-                              {"cas", stage.pass(android::casUpscaleFragment(), false)},
-                              {"casv", stage.pass(android::casVUpscaleFragment(), false)},
-                              {"cast", stage.pass(android::casTUpscaleFragment(), false)},
-                      });
+    std::vector<Contestant> contestants = {{"", stage.pass(android::kCopy2dFragment, false)}};
+    const auto add = [&](const std::string& name, const std::string& fragment) {
+        if (name == "copy" || name == "copy2d") return;
+        const bool scales = name != "rcas" && name != "casSharpen";
+        contestants.push_back({name, stage.pass(fragment, !scales)});
+    };
+#define ADD(name, text) add(#name, android::text);
+    UPSCALER_FRAGMENT_SHADERS(ADD)
+#undef ADD
+    interleave(state, contestants);
 }
 
 void chainsOverFetches(benchmark::State& state) {

@@ -10,6 +10,7 @@
 #include "support/fixture.h"
 #include "support/operations.h"
 #include "upscaler/buffer_key.h"
+#include "upscaler/shaders/shaders.h"
 
 namespace android::test {
 namespace {
@@ -59,6 +60,10 @@ INSTANTIATE_TEST_SUITE_P(, TraceGLTest, ::testing::Bool(),
                          [](const auto& row) { return row.param ? "Debug" : "Quiet"; });
 
 TEST_P(TraceGLTest, Construction) {
+#define ONE(name, text) +1u
+    EXPECT_EQ(construction().count("ID = glCreateProgram()"), 0u UPSCALER_FRAGMENT_SHADERS(ONE))
+            << "a program, or the list of shaders, lacks one";
+#undef ONE
     EXPECT_EQ(log.lines().empty(), !GetParam());
     for (const LogLine& line : log.lines())
         EXPECT_EQ(line.tag, "Upscaler");

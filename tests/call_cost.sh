@@ -22,7 +22,7 @@ instructions() {
 }
 
 failed=0
-for operation in fsrResize neaResize casSharpen casResize casvUpscale casTUpscale; do
+for operation in $("$call_cost" --list); do
     line=$("$call_cost" $operation 1000)
     count=$(instructions $operation 2)
     echo "$line instructions $count"

@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "reference/Reference.h"
 #include "support/fixture.h"
+#include "support/operations.h"
 
 namespace reference {
 namespace {
@@ -19,74 +19,12 @@ using android::GraphicBuffer;
 using android::sp;
 using android::Upscaler;
 
-// On each driver that the tests run on. Any other is held to what llvmpipe is.
-struct Tolerances {
-    Tolerance llvmpipe;
-    Tolerance swiftShader;
-    Tolerance here() const;  // With a context.
-};
-
-Tolerance Tolerances::here() const {
+// A driver that was not measured is held to what llvmpipe is. With a context.
+Tolerance here(const Tolerances& tolerances) {
     const std::string renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
-    return renderer.find("SwiftShader") == std::string::npos ? llvmpipe : swiftShader;
+    const bool isSwiftShader = renderer.find("SwiftShader") != std::string::npos;
+    return isSwiftShader ? tolerances.swiftShader : tolerances.llvmpipe;
 }
-
-struct Setting {
-    float sharpness;
-    Tolerances tolerances;
-};
-
-struct Operation {
-    std::string name;
-    void (Upscaler::*call)(sp<GraphicBuffer>&, sp<GraphicBuffer>&, float, sp<Fence>*);
-    Picture (*expected)(const Picture&, Size, float);
-    int flatError;        // What the approximate reciprocals may change a flat colour by.
-    Tolerances unscaled;  // At equal sizes, whatever the sharpness.
-    std::vector<Setting> settings;
-};
-
-void PrintTo(const Operation& operation, std::ostream* stream) {
-    *stream << operation.name;
-}
-
-std::vector<Setting> everywhere(const Tolerances& tolerances, const std::vector<float>& values) {
-    std::vector<Setting> settings;
-    for (float value : values)
-        settings.push_back({value, tolerances});
-    return settings;
-}
-
-const std::vector<float> kStops = {0.0f, 0.7f, -0.25f, 4.0f};
-const std::vector<float> kCasScale = {0.0f, 0.5f, 1.0f, -3.0f, 7.0f};
-
-// The tolerances are the worst that each driver was measured at, Mesa 22.3's llvmpipe and ANGLE 2.1
-// over SwiftShader, means rounded up. llvmpipe samples at half precision, which moves a colour
-// across a step of 8 bits now and then: hence 1 and the means. SwiftShader works at full precision
-// throughout, where that is rare: 1 and 0.001 are given where at most a step and a mean of 0.0009
-// was seen. The gradients of neaResize, and of fsrResize at equal sizes, end halfway between steps
-// on any driver. The sharpening of a second pass multiplies a step of the first, EASU's or the
-// linear copy's (in 8 bits, rounded twice), by up to (1 + 4w) / (1 - 4w) for a neighbour's weight
-// w: 7, 2.7, 17 and 1.1 at the stops given, 9, 4.2 and 3 on casSharpen's scale. casTUpscale works
-// at medium precision throughout, which is half precision in llvmpipe.
-// clang-format off
-const std::vector<Operation> kOperations = {
-    //                                                llvmpipe    SwiftShader
-    {"fsrResize", &Upscaler::fsrResize, fsrResize, 0, {{4, 0.13}, {1, 0.02}},
-     {{0.0f, {{5, 0.5}, {4, 0.06}}}, {0.7f, {{3, 0.22}, {2, 0.005}}},
-      {-0.25f, {{10, 1.12}, {11, 0.005}}}, {4.0f, {{3, 0.1}, {1, 0.005}}}}},
-    {"neaResize", &Upscaler::neaResize, neaResize, 0, {{1, 0.11}, {1, 0.02}},
-     everywhere({{1, 0.18}, {1, 0.07}}, kStops)},
-    {"casSharpen", &Upscaler::casSharpen, casSharpen, 1, {{1, 0.09}, {1, 0.001}},
-     {{0.0f, {{6, 0.75}, {4, 0.11}}}, {0.5f, {{3, 0.72}, {3, 0.12}}}, {1.0f, {{3, 0.93}, {2, 0.09}}},
-      {-3.0f, {{6, 0.75}, {4, 0.11}}}, {7.0f, {{3, 0.93}, {2, 0.09}}}}},
-    {"casResize", &Upscaler::casResize, casResize, 1, {{1, 0.09}, {1, 0.001}},
-     everywhere({{1, 0.11}, {1, 0.001}}, kCasScale)},
-    {"casvUpscale", &Upscaler::casvUpscale, casvUpscale, 1, {{1, 0.09}, {1, 0.001}},
-     everywhere({{1, 0.12}, {1, 0.001}}, kCasScale)},
-    {"casTUpscale", &Upscaler::casTUpscale, casTUpscale, 1, {{1, 0.24}, {1, 0.001}},
-     everywhere({{1, 0.29}, {1, 0.001}}, kCasScale)},
-};
-// clang-format on
 
 // ---- Pictures that hurt: where scaling and sharpening go wrong first ----
 
@@ -184,7 +122,7 @@ sp<GraphicBuffer> makeBuffer(Size size) {
                                      static_cast<uint32_t>(size.height));
 }
 
-class PixelsGLTest : public testing::TestWithParam<Operation> {
+class PixelsGLTest : public testing::TestWithParam<android::test::OperationRow> {
   protected:
     PixelsGLTest() {
         for (const Geometry& geometry : kGeometries) {
@@ -224,6 +162,7 @@ class PixelsGLTest : public testing::TestWithParam<Operation> {
         return result;
     }
 
+    const Operation& mReference = operationOf(GetParam().name);
     android::test::OwnedUpscaler mUpscaler;
     std::vector<Frame> mFrames;
 };
@@ -233,13 +172,13 @@ TEST_P(PixelsGLTest, MatchTheReference) {
         const bool isUnscaled = frame.source.width == frame.target.width;
         for (const TestPicture& picture : kTestPictures) {
             const Picture source = picture.make(frame.source);
-            for (const auto& [sharpness, scaled] : GetParam().settings) {
-                const Picture expected = GetParam().expected(source, frame.target, sharpness);
+            for (const auto& [sharpness, scaled] : mReference.settings) {
+                const Picture expected = mReference.expected(source, frame.target, sharpness);
                 ASSERT_TRUE(matches(run(frame, source, sharpness), expected,
-                                    (isUnscaled ? GetParam().unscaled : scaled).here(),
+                                    here(isUnscaled ? mReference.unscaled : scaled),
                                     GetParam().name + "-" + frame.name + "-" + picture.name + "-" +
                                             std::to_string(sharpness)));
-                // Else the comparison could hold by leaving everything out.
+                // Otherwise the comparison could hold by leaving everything out.
                 const auto defined = std::count_if(expected.pixels.begin(), expected.pixels.end(),
                                                    [](const Pixel& p) { return p.isDefined; });
                 if (picture.name == "noise") {
@@ -272,10 +211,10 @@ TEST_P(PixelsGLTest, FlatStaysFlat) {
     for (const Rgb8& colour : {Rgb8{0, 0, 0}, Rgb8{255, 255, 255}, Rgb8{128, 128, 128},
                                Rgb8{200, 0, 0}, Rgb8{0, 77, 77}, Rgb8{0, 0, 255}}) {
         for (Frame& frame : mFrames) {
-            for (const Setting& setting : GetParam().settings) {
+            for (const Setting& setting : mReference.settings) {
                 const Picture actual = run(frame, flat(frame.source, colour), setting.sharpness);
                 ASSERT_TRUE(matches(actual, interior(flat(frame.target, colour)),
-                                    {GetParam().flatError, 1.0},
+                                    {mReference.flatError, 1.0},
                                     GetParam().name + "-" + frame.name + "-flat"));
             }
         }
@@ -306,14 +245,14 @@ Picture definedAs(const Picture& expected, Picture picture) {
 // At double size both halves of a texel have mirrored weights, and a texel is two pixels.
 TEST_P(PixelsGLTest, MirroredShiftedSwappedAndTheSameAgain) {
     Frame& frame = mFrames[kDouble];
-    const auto& [sharpness, tolerances] = GetParam().settings.front();
-    const Tolerance tolerance = tolerances.here();
+    const auto& [sharpness, tolerances] = mReference.settings.front();
+    const Tolerance tolerance = here(tolerances);
     for (const TestPicture& picture : kTestPictures) {
         const std::string name = GetParam().name + "-" + picture.name;
         const Picture source = picture.make(frame.source);
         const Picture straight = run(frame, source, sharpness);
         const Picture known =
-                definedAs(GetParam().expected(source, frame.target, sharpness), straight);
+                definedAs(mReference.expected(source, frame.target, sharpness), straight);
         const Picture turned = run(frame, mirrored(source), sharpness);
         ASSERT_TRUE(matches(turned, interior(mirrored(known)), tolerance, name + "-mirrored"));
         ASSERT_TRUE(matches(run(frame, shifted(source, 3, 2), sharpness),
@@ -325,7 +264,7 @@ TEST_P(PixelsGLTest, MirroredShiftedSwappedAndTheSameAgain) {
                                 interior(redAndBlueSwapped(known)), tolerance, name + "-swapped"));
         }
         // Whatever ran in between.
-        for (const Operation& other : kOperations) {
+        for (const auto& other : android::test::operations()) {
             sp<Fence> fence;
             ((*mUpscaler).*other.call)(frame.input, frame.output, 0.3f, &fence);
         }
@@ -333,7 +272,7 @@ TEST_P(PixelsGLTest, MirroredShiftedSwappedAndTheSameAgain) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, PixelsGLTest, testing::ValuesIn(kOperations),
+INSTANTIATE_TEST_SUITE_P(, PixelsGLTest, testing::ValuesIn(android::test::operations()),
                          [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -1,20 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// The six operations in plain single-precision C++, independent of the shaders: what the GPU's
+/// The operations in plain single-precision C++, independent of the shaders: what the GPU's
 /// pixels are held against.
 #ifndef UPSCALER_TESTS_REFERENCE_REFERENCE_H
 #define UPSCALER_TESTS_REFERENCE_REFERENCE_H
+
+#include <string>
+#include <vector>
 
 #include "reference/Picture.h"
 
 namespace reference {
 
-Picture fsrResize(const Picture& source, Size target, float stops);
-Picture neaResize(const Picture& source, Size target, float stops);
-Picture casSharpen(const Picture& source, Size target, float sharpness);
-Picture casResize(const Picture& source, Size target, float sharpness);
-Picture casvUpscale(const Picture& source, Size target, float sharpness);
-Picture casTUpscale(const Picture& source, Size target, float sharpness);
+/// On each driver that the tests run on.
+struct Tolerances {
+    Tolerance llvmpipe;
+    Tolerance swiftShader;
+};
+
+struct Setting {
+    float sharpness;
+    Tolerances tolerances;
+};
+
+struct Operation {
+    std::string name;
+    Picture (*expected)(const Picture& source, Size target, float sharpness);
+    int flatError;        ///< What the approximate reciprocals may change a flat colour by.
+    Tolerances unscaled;  ///< At equal sizes, whatever the sharpness.
+    std::vector<Setting> settings;
+};
+
+/// Throws if there is none: each operation is to have one.
+const Operation& operationOf(const std::string& name);
 
 }  // namespace reference
 

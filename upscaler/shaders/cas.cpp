@@ -1,34 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
-// AMD FidelityFX Contrast Adaptive Sharpening: one filter without scaling and three with.
-//
-// The four sources are put together from the texts below. Where a text serves both the green and
-// the value channel, "$C" stands for the letter in its names and "$c" for the swizzle.
+// AMD FidelityFX Contrast Adaptive Sharpening: one filter without scaling and three with. Each
+// source is a head, the functions that all share, its own filter and, but for the value channel,
+// the main function that the others share.
 #include <string>
-#include <utility>
 
-#include "upscaler/shaders/glsl.h"
 #include "upscaler/shaders/shaders.h"
 
 namespace android {
 namespace {
 
-std::string replaceAll(std::string text, const std::string& placeholder, const std::string& with) {
-    for (size_t at = 0; (at = text.find(placeholder, at)) != std::string::npos; at += with.size())
-        text.replace(at, placeholder.size(), with);
-    return text;
-}
-
-std::string onChannel(const char* text, const char* letter, const char* swizzle) {
-    return replaceAll(replaceAll(text, "$C", letter), "$c", swizzle);
-}
-
-constexpr char kHighpHead[] = GLSL_VERSION R"glsl(
+constexpr char kHighp[] = R"glsl(#version 320 es
 precision highp int;
 precision highp float;
 in vec2 v_TexCoord;
 )glsl";
 
-constexpr char kMediumpHead[] = GLSL_VERSION R"glsl(
+constexpr char kMediump[] = R"glsl(#version 320 es
 precision highp int;
 precision mediump float;
 in highp vec2 v_TexCoord;
@@ -71,8 +58,24 @@ vec3 ffxSaturate(vec3 v) { return clamp(v, 0.0, 1.0); }
 vec4 ffxSaturate(vec4 v) { return clamp(v, 0.0, 1.0); }
 )glsl";
 
+// The main function, of CAS_FILTER.
+constexpr char kRgbMain[] = R"glsl(
+void Sharpen(uvec2 gxy) {
+    vec3 c = vec3(0.0);
+    CAS_FILTER(c.r, c.g, c.b, gxy, Const0, Const1);
+    OutColor = vec4(c, 1);
+}
+
+void main() {
+    uvec2 gxy = uvec2(v_TexCoord * SizeInfo.zw);
+    Sharpen(gxy);
+}
+)glsl";
+
 // Red and blue amplitudes are worked out and left unused: the green weight serves all channels.
 constexpr char kFilterNoScaling[] = R"glsl(
+#define CAS_FILTER casFilterNoScaling
+
 //     b
 //   d e f
 //     h
@@ -85,7 +88,7 @@ void casFilterNoScaling(out float pixR, out float pixG, out float pixB, uvec2 sa
     vec3 f = casLoad(position + ivec2(1, 0));
     vec3 h = casLoad(position + ivec2(0, 1));
 
-    float fG = max(f.g, 0.0);  // See glsl.h.
+    float fG = max(f.g, 0.0);  // See shaders.h.
     float hG = max(h.g, 0.0);
     float minimumRed = ffxMin3(ffxMin3(d.r, e.r, f.r), b.r, h.r);
     float minimumGreen = ffxMin3(ffxMin3(d.g, e.g, fG), b.g, hG);
@@ -111,19 +114,12 @@ void casFilterNoScaling(out float pixR, out float pixG, out float pixB, uvec2 sa
 }
 )glsl";
 
-constexpr char kScalingHeadRgb[] = R"glsl(
+constexpr char kFilterOf12Taps[] = R"glsl(
+#define CAS_FILTER casFilterWithScaling
 #define thinB 0.03125
 
 void casFilterWithScaling(out float pixR, out float pixG, out float pixB, uvec2 samplePosition,
-                          uvec4 const0, uvec4 const1) {)glsl";
-
-constexpr char kScalingHeadValue[] = R"glsl(
-#define thinB 0.03125
-
-void casFilterWithScaling(out float pixB, uvec2 samplePosition, uvec4 const0, uvec4 const1) {)glsl";
-
-// The position is high precision in every variant: in the medium one it has to say so.
-constexpr char kScalingPosition[] = R"glsl(
+                          uvec4 const0, uvec4 const1) {
     highp vec2 pixelPosition = vec2(samplePosition) * ffxAsFloat(const0.xy) + ffxAsFloat(const0.zw);
     highp vec2 floorPixelPosition = floor(pixelPosition);
     pixelPosition -= floorPixelPosition;
@@ -141,134 +137,145 @@ constexpr char kScalingPosition[] = R"glsl(
     vec3 j = casLoad(finalSamplePosition + ivec2(0, 1));
     vec3 k = casLoad(finalSamplePosition + ivec2(1, 1));
     vec3 l = casLoad(finalSamplePosition + ivec2(2, 1));
-)glsl";
-
-constexpr char kTapsOf12[] = R"glsl(
     vec3 e = casLoad(finalSamplePosition + ivec2(-1, 0));
     vec3 h = casLoad(finalSamplePosition + ivec2(2, 0));
     vec3 n = casLoad(finalSamplePosition + ivec2(0, 2));
     vec3 o = casLoad(finalSamplePosition + ivec2(1, 2));
-)glsl";
 
-// About max(x, 0.0) see glsl.h.
-constexpr char kRingsOf12[] = R"glsl(
-    float f0 = max(f.$c, 0.0);
-    float g0 = max(g.$c, 0.0);
-    float j0 = max(j.$c, 0.0);
-    float k0 = max(k.$c, 0.0);
-    float n0 = max(n.$c, 0.0);
-    float o0 = max(o.$c, 0.0);
-    float mnf$C = ffxMin3(ffxMin3(b.$c, e.$c, f0), g0, j0);
-    float mxf$C = ffxMax3(ffxMax3(b.$c, e.$c, f0), g0, j0);
-    float mng$C = ffxMin3(ffxMin3(c.$c, f0, g0), h.$c, k0);
-    float mxg$C = ffxMax3(ffxMax3(c.$c, f0, g0), h.$c, k0);
-    float mnj$C = ffxMin3(ffxMin3(f0, i.$c, j0), k0, n0);
-    float mxj$C = ffxMax3(ffxMax3(f0, i.$c, j0), k0, n0);
-    float mnk$C = ffxMin3(ffxMin3(g0, j0, k0), l.$c, o0);
-    float mxk$C = ffxMax3(ffxMax3(g0, j0, k0), l.$c, o0);
-)glsl";
+    // See shaders.h about max(x, 0.0).
+    float f0 = max(f.g, 0.0);
+    float g0 = max(g.g, 0.0);
+    float j0 = max(j.g, 0.0);
+    float k0 = max(k.g, 0.0);
+    float n0 = max(n.g, 0.0);
+    float o0 = max(o.g, 0.0);
+    float minimumGreen = ffxMin3(ffxMin3(b.g, e.g, f0), g0, j0);
+    float mxfG = ffxMax3(ffxMax3(b.g, e.g, f0), g0, j0);
+    float mngG = ffxMin3(ffxMin3(c.g, f0, g0), h.g, k0);
+    float mxgG = ffxMax3(ffxMax3(c.g, f0, g0), h.g, k0);
+    float mnjG = ffxMin3(ffxMin3(f0, i.g, j0), k0, n0);
+    float mxjG = ffxMax3(ffxMax3(f0, i.g, j0), k0, n0);
+    float mnkG = ffxMin3(ffxMin3(g0, j0, k0), l.g, o0);
+    float mxkG = ffxMax3(ffxMax3(g0, j0, k0), l.g, o0);
 
-// The rings of f and g take diagonal neighbours, not a cross: so this variant is defined.
-//
-// Compared as bits, which order as the numbers do where none is negative: at medium precision
-// llvmpipe would compare them one by one, for most of the pass's time.
-constexpr char kRingsOf8[] = R"glsl(
-    int b0 = floatBitsToInt(b.$c);
-    int c0 = floatBitsToInt(c.$c);
-    int f0 = floatBitsToInt(f.$c);
-    int g0 = floatBitsToInt(g.$c);
-    int i0 = floatBitsToInt(i.$c);
-    int j0 = floatBitsToInt(j.$c);
-    int k0 = floatBitsToInt(k.$c);
-    int l0 = floatBitsToInt(l.$c);
-    float mnf$C = intBitsToFloat(min(min(b0, min(f0, i0)), k0));
-    float mxf$C = intBitsToFloat(max(max(b0, max(f0, i0)), k0));
-    float mng$C = intBitsToFloat(min(min(c0, min(g0, j0)), l0));
-    float mxg$C = intBitsToFloat(max(max(c0, max(g0, j0)), l0));
-    float mnj$C = intBitsToFloat(min(min(f0, min(i0, j0)), k0));
-    float mxj$C = intBitsToFloat(max(max(f0, max(i0, j0)), k0));
-    float mnk$C = intBitsToFloat(min(min(g0, min(j0, k0)), l0));
-    float mxk$C = intBitsToFloat(max(max(g0, max(j0, k0)), l0));
-)glsl";
-
-constexpr char kRingWeights[] = R"glsl(
-    float ampf$C = ffxApproximateSqrt(ffxSaturate(ffxMin(mnf$C, 1.0 - mxf$C) * ffxApproximateReciprocal(mxf$C)));
-    float ampg$C = ffxApproximateSqrt(ffxSaturate(ffxMin(mng$C, 1.0 - mxg$C) * ffxApproximateReciprocal(mxg$C)));
-    float ampj$C = ffxApproximateSqrt(ffxSaturate(ffxMin(mnj$C, 1.0 - mxj$C) * ffxApproximateReciprocal(mxj$C)));
-    float ampk$C = ffxApproximateSqrt(ffxSaturate(ffxMin(mnk$C, 1.0 - mxk$C) * ffxApproximateReciprocal(mxk$C)));
+    float ampfG = ffxApproximateSqrt(ffxSaturate(ffxMin(minimumGreen, 1.0 - mxfG) * ffxApproximateReciprocal(mxfG)));
+    float ampgG = ffxApproximateSqrt(ffxSaturate(ffxMin(mngG, 1.0 - mxgG) * ffxApproximateReciprocal(mxgG)));
+    float ampjG = ffxApproximateSqrt(ffxSaturate(ffxMin(mnjG, 1.0 - mxjG) * ffxApproximateReciprocal(mxjG)));
+    float ampkG = ffxApproximateSqrt(ffxSaturate(ffxMin(mnkG, 1.0 - mxkG) * ffxApproximateReciprocal(mxkG)));
 
     float peak = ffxAsFloat(const1.x);
-    float wf$C = ampf$C * peak;
-    float wg$C = ampg$C * peak;
-    float wj$C = ampj$C * peak;
-    float wk$C = ampk$C * peak;
+    float wfG = ampfG * peak;
+    float wgG = ampgG * peak;
+    float wjG = ampjG * peak;
+    float wkG = ampkG * peak;
 
     // Bilinear, each corner the weaker the more contrast its ring has.
     float s = (1.0 - pixelPosition.x) * (1.0 - pixelPosition.y);
     float t = pixelPosition.x * (1.0 - pixelPosition.y);
     float u = (1.0 - pixelPosition.x) * pixelPosition.y;
     float v = pixelPosition.x * pixelPosition.y;
-    s *= ffxApproximateReciprocal(thinB + (mxf$C - mnf$C));
-    t *= ffxApproximateReciprocal(thinB + (mxg$C - mng$C));
-    u *= ffxApproximateReciprocal(thinB + (mxj$C - mnj$C));
-    v *= ffxApproximateReciprocal(thinB + (mxk$C - mnk$C));
-)glsl";
+    s *= ffxApproximateReciprocal(thinB + (mxfG - minimumGreen));
+    t *= ffxApproximateReciprocal(thinB + (mxgG - mngG));
+    u *= ffxApproximateReciprocal(thinB + (mxjG - mnjG));
+    v *= ffxApproximateReciprocal(thinB + (mxkG - mnkG));
 
-constexpr char kTapWeightsOf12[] = R"glsl(
-    float qbe$C = wf$C * s;
-    float qch$C = wg$C * t;
-    float qin$C = wj$C * u;
-    float qlo$C = wk$C * v;
-    float qf$C = wg$C * t + wj$C * u + s;
-    float qg$C = wf$C * s + wk$C * v + t;
-    float qj$C = wf$C * s + wk$C * v + u;
-    float qk$C = wg$C * t + wj$C * u + v;
-    float rcpW$C = ffxApproximateReciprocalMedium(2.0 * (qbe$C + qch$C + qin$C + qlo$C) + qf$C + qg$C + qj$C + qk$C);
-)glsl";
+    float qbeG = wfG * s;
+    float qchG = wgG * t;
+    float qinG = wjG * u;
+    float qloG = wkG * v;
+    float qfG = wgG * t + wjG * u + s;
+    float qgG = wfG * s + wkG * v + t;
+    float qjG = wfG * s + wkG * v + u;
+    float qkG = wgG * t + wjG * u + v;
+    float rcpWG = ffxApproximateReciprocalMedium(2.0 * (qbeG + qchG + qinG + qloG) + qfG + qgG + qjG + qkG);
 
-// One output channel; "$P" is its letter and "$p" its swizzle.
-constexpr char kSumOf12[] = R"glsl(
-    pix$P = ffxSaturate(((b.$p + e.$p) * qbe$C + (c.$p + h.$p) * qch$C + (i.$p + n.$p) * qin$C + (l.$p + o.$p) * qlo$C +
-                         f.$p * qf$C + g.$p * qg$C + j.$p * qj$C + k.$p * qk$C) * rcpW$C);
-)glsl";
-
-constexpr char kTapWeightsOf8[] = R"glsl(
-    float qb$C = wf$C * s;
-    float qc$C = wg$C * t;
-    float qx$C = wj$C * u;
-    float qy$C = wk$C * v;
-    float qf$C = qx$C + s;
-    float qg$C = qy$C + t;
-    float qj$C = qc$C + qy$C + u;
-    float qk$C = qb$C + qx$C + v;
-    float qi$C = qx$C + qb$C;
-    float ql$C = qy$C + qc$C;
-    float rcpW$C = ffxApproximateReciprocalMedium(((qb$C + qc$C) + (qf$C + qg$C)) + ((qi$C + qj$C) + (qk$C + ql$C)));
-)glsl";
-
-constexpr char kSumOf8[] = R"glsl(
-    pix$P = ffxSaturate((((b.$p * qb$C + c.$p * qc$C) + (f.$p * qf$C + g.$p * qg$C)) +
-                         ((i.$p * qi$C + j.$p * qj$C) + (k.$p * qk$C + l.$p * ql$C))) * rcpW$C);
-)glsl";
-
-constexpr char kFunctionEnd[] = "}\n";
-
-// "$F" is the filter.
-constexpr char kMainRgb[] = R"glsl(
-void Sharpen(uvec2 gxy) {
-    vec3 c = vec3(0.0);
-    $F(c.r, c.g, c.b, gxy, Const0, Const1);
-    OutColor = vec4(c, 1);
-}
-
-void main() {
-    uvec2 gxy = uvec2(v_TexCoord * SizeInfo.zw);
-    Sharpen(gxy);
+    pixR = ffxSaturate(((b.r + e.r) * qbeG + (c.r + h.r) * qchG + (i.r + n.r) * qinG + (l.r + o.r) * qloG +
+                         f.r * qfG + g.r * qgG + j.r * qjG + k.r * qkG) * rcpWG);
+    pixG = ffxSaturate(((b.g + e.g) * qbeG + (c.g + h.g) * qchG + (i.g + n.g) * qinG + (l.g + o.g) * qloG +
+                         f.g * qfG + g.g * qgG + j.g * qjG + k.g * qkG) * rcpWG);
+    pixB = ffxSaturate(((b.b + e.b) * qbeG + (c.b + h.b) * qchG + (i.b + n.b) * qinG + (l.b + o.b) * qloG +
+                         f.b * qfG + g.b * qgG + j.b * qjG + k.b * qkG) * rcpWG);
 }
 )glsl";
 
-// Hue and saturation are read through the sampler, whose filter is nearest; only value is scaled.
-constexpr char kMainValue[] = R"glsl(
+// The same on the value channel alone. Hue and saturation are read through the sampler, whose
+// filter is nearest.
+constexpr char kFilterOfValue[] = R"glsl(
+#define thinB 0.03125
+
+void casFilterWithScaling(out float pixB, uvec2 samplePosition, uvec4 const0, uvec4 const1) {
+    highp vec2 pixelPosition = vec2(samplePosition) * ffxAsFloat(const0.xy) + ffxAsFloat(const0.zw);
+    highp vec2 floorPixelPosition = floor(pixelPosition);
+    pixelPosition -= floorPixelPosition;
+    highp ivec2 finalSamplePosition = ivec2(floorPixelPosition);
+
+    //     b c
+    //   e f g h
+    //   i j k l
+    //     n o
+    vec3 b = casLoad(finalSamplePosition + ivec2(0, -1));
+    vec3 c = casLoad(finalSamplePosition + ivec2(1, -1));
+    vec3 f = casLoad(finalSamplePosition);
+    vec3 g = casLoad(finalSamplePosition + ivec2(1, 0));
+    vec3 i = casLoad(finalSamplePosition + ivec2(-1, 1));
+    vec3 j = casLoad(finalSamplePosition + ivec2(0, 1));
+    vec3 k = casLoad(finalSamplePosition + ivec2(1, 1));
+    vec3 l = casLoad(finalSamplePosition + ivec2(2, 1));
+    vec3 e = casLoad(finalSamplePosition + ivec2(-1, 0));
+    vec3 h = casLoad(finalSamplePosition + ivec2(2, 0));
+    vec3 n = casLoad(finalSamplePosition + ivec2(0, 2));
+    vec3 o = casLoad(finalSamplePosition + ivec2(1, 2));
+
+    // See shaders.h about max(x, 0.0).
+    float f0 = max(f.b, 0.0);
+    float g0 = max(g.b, 0.0);
+    float j0 = max(j.b, 0.0);
+    float k0 = max(k.b, 0.0);
+    float n0 = max(n.b, 0.0);
+    float o0 = max(o.b, 0.0);
+    float mnfB = ffxMin3(ffxMin3(b.b, e.b, f0), g0, j0);
+    float mxfB = ffxMax3(ffxMax3(b.b, e.b, f0), g0, j0);
+    float mngB = ffxMin3(ffxMin3(c.b, f0, g0), h.b, k0);
+    float mxgB = ffxMax3(ffxMax3(c.b, f0, g0), h.b, k0);
+    float mnjB = ffxMin3(ffxMin3(f0, i.b, j0), k0, n0);
+    float mxjB = ffxMax3(ffxMax3(f0, i.b, j0), k0, n0);
+    float mnkB = ffxMin3(ffxMin3(g0, j0, k0), l.b, o0);
+    float mxkB = ffxMax3(ffxMax3(g0, j0, k0), l.b, o0);
+
+    float ampfB = ffxApproximateSqrt(ffxSaturate(ffxMin(mnfB, 1.0 - mxfB) * ffxApproximateReciprocal(mxfB)));
+    float ampgB = ffxApproximateSqrt(ffxSaturate(ffxMin(mngB, 1.0 - mxgB) * ffxApproximateReciprocal(mxgB)));
+    float ampjB = ffxApproximateSqrt(ffxSaturate(ffxMin(mnjB, 1.0 - mxjB) * ffxApproximateReciprocal(mxjB)));
+    float ampkB = ffxApproximateSqrt(ffxSaturate(ffxMin(mnkB, 1.0 - mxkB) * ffxApproximateReciprocal(mxkB)));
+
+    float peak = ffxAsFloat(const1.x);
+    float wfB = ampfB * peak;
+    float wgB = ampgB * peak;
+    float wjB = ampjB * peak;
+    float wkB = ampkB * peak;
+
+    // Bilinear, each corner the weaker the more contrast its ring has.
+    float s = (1.0 - pixelPosition.x) * (1.0 - pixelPosition.y);
+    float t = pixelPosition.x * (1.0 - pixelPosition.y);
+    float u = (1.0 - pixelPosition.x) * pixelPosition.y;
+    float v = pixelPosition.x * pixelPosition.y;
+    s *= ffxApproximateReciprocal(thinB + (mxfB - mnfB));
+    t *= ffxApproximateReciprocal(thinB + (mxgB - mngB));
+    u *= ffxApproximateReciprocal(thinB + (mxjB - mnjB));
+    v *= ffxApproximateReciprocal(thinB + (mxkB - mnkB));
+
+    float qbeB = wfB * s;
+    float qchB = wgB * t;
+    float qinB = wjB * u;
+    float qloB = wkB * v;
+    float qfB = wgB * t + wjB * u + s;
+    float qgB = wfB * s + wkB * v + t;
+    float qjB = wfB * s + wkB * v + u;
+    float qkB = wgB * t + wjB * u + v;
+    float rcpWB = ffxApproximateReciprocalMedium(2.0 * (qbeB + qchB + qinB + qloB) + qfB + qgB + qjB + qkB);
+    pixB = ffxSaturate(((b.b + e.b) * qbeB + (c.b + h.b) * qchB + (i.b + n.b) * qinB + (l.b + o.b) * qloB +
+                         f.b * qfB + g.b * qgB + j.b * qjB + k.b * qkB) * rcpWB);
+}
+
 vec3 hsv2rgb(vec3 c) {
     vec4 K = vec4(1.0, 2.0 / 3.0, 1.0 / 3.0, 3.0);
     vec3 p = abs(fract(c.xxx + K.xyz) * 6.0 - K.www);
@@ -285,43 +292,108 @@ void main() {
 }
 )glsl";
 
-std::string sumInto(const std::string& sum, const char* letter, const char* swizzle) {
-    return replaceAll(replaceAll(sum, "$P", letter), "$p", swizzle);
-}
+constexpr char kFilterOf8Taps[] = R"glsl(
+#define CAS_FILTER casFilterWithScaling
+#define thinB 0.03125
 
-std::string sumIntoRgb(const char* text) {
-    const std::string sum = onChannel(text, "G", "g");
-    return sumInto(sum, "R", "r") + sumInto(sum, "G", "g") + sumInto(sum, "B", "b");
-}
+void casFilterWithScaling(out float pixR, out float pixG, out float pixB, uvec2 samplePosition,
+                          uvec4 const0, uvec4 const1) {
+    highp vec2 pixelPosition = vec2(samplePosition) * ffxAsFloat(const0.xy) + ffxAsFloat(const0.zw);
+    highp vec2 floorPixelPosition = floor(pixelPosition);
+    pixelPosition -= floorPixelPosition;
+    highp ivec2 finalSamplePosition = ivec2(floorPixelPosition);
 
-std::string weightsOf12(const char* letter, const char* swizzle) {
-    return kScalingPosition + std::string(kTapsOf12) + onChannel(kRingsOf12, letter, swizzle) +
-           onChannel(kRingWeights, letter, swizzle) + onChannel(kTapWeightsOf12, letter, swizzle);
+    //     b c
+    //   e f g h
+    //   i j k l
+    //     n o
+    vec3 b = casLoad(finalSamplePosition + ivec2(0, -1));
+    vec3 c = casLoad(finalSamplePosition + ivec2(1, -1));
+    vec3 f = casLoad(finalSamplePosition);
+    vec3 g = casLoad(finalSamplePosition + ivec2(1, 0));
+    vec3 i = casLoad(finalSamplePosition + ivec2(-1, 1));
+    vec3 j = casLoad(finalSamplePosition + ivec2(0, 1));
+    vec3 k = casLoad(finalSamplePosition + ivec2(1, 1));
+    vec3 l = casLoad(finalSamplePosition + ivec2(2, 1));
+
+    // Compared as bits, which order as the numbers do where none is negative: at medium precision
+    // llvmpipe would compare them one by one, for most of the pass's time.
+    int b0 = floatBitsToInt(b.g);
+    int c0 = floatBitsToInt(c.g);
+    int f0 = floatBitsToInt(f.g);
+    int g0 = floatBitsToInt(g.g);
+    int i0 = floatBitsToInt(i.g);
+    int j0 = floatBitsToInt(j.g);
+    int k0 = floatBitsToInt(k.g);
+    int l0 = floatBitsToInt(l.g);
+    // The rings of f and g take diagonal neighbours, not a cross: this variant is defined so.
+    float mnfG = intBitsToFloat(min(min(b0, min(f0, i0)), k0));
+    float mxfG = intBitsToFloat(max(max(b0, max(f0, i0)), k0));
+    float mngG = intBitsToFloat(min(min(c0, min(g0, j0)), l0));
+    float mxgG = intBitsToFloat(max(max(c0, max(g0, j0)), l0));
+    float mnjG = intBitsToFloat(min(min(f0, min(i0, j0)), k0));
+    float mxjG = intBitsToFloat(max(max(f0, max(i0, j0)), k0));
+    float mnkG = intBitsToFloat(min(min(g0, min(j0, k0)), l0));
+    float mxkG = intBitsToFloat(max(max(g0, max(j0, k0)), l0));
+
+    float ampfG = ffxApproximateSqrt(ffxSaturate(ffxMin(mnfG, 1.0 - mxfG) * ffxApproximateReciprocal(mxfG)));
+    float ampgG = ffxApproximateSqrt(ffxSaturate(ffxMin(mngG, 1.0 - mxgG) * ffxApproximateReciprocal(mxgG)));
+    float ampjG = ffxApproximateSqrt(ffxSaturate(ffxMin(mnjG, 1.0 - mxjG) * ffxApproximateReciprocal(mxjG)));
+    float ampkG = ffxApproximateSqrt(ffxSaturate(ffxMin(mnkG, 1.0 - mxkG) * ffxApproximateReciprocal(mxkG)));
+
+    float peak = ffxAsFloat(const1.x);
+    float wfG = ampfG * peak;
+    float wgG = ampgG * peak;
+    float wjG = ampjG * peak;
+    float wkG = ampkG * peak;
+
+    // Bilinear, each corner the weaker the more contrast its ring has.
+    float s = (1.0 - pixelPosition.x) * (1.0 - pixelPosition.y);
+    float t = pixelPosition.x * (1.0 - pixelPosition.y);
+    float u = (1.0 - pixelPosition.x) * pixelPosition.y;
+    float v = pixelPosition.x * pixelPosition.y;
+    s *= ffxApproximateReciprocal(thinB + (mxfG - mnfG));
+    t *= ffxApproximateReciprocal(thinB + (mxgG - mngG));
+    u *= ffxApproximateReciprocal(thinB + (mxjG - mnjG));
+    v *= ffxApproximateReciprocal(thinB + (mxkG - mnkG));
+
+    float qbG = wfG * s;
+    float qcG = wgG * t;
+    float qxG = wjG * u;
+    float qyG = wkG * v;
+    float qfG = qxG + s;
+    float qgG = qyG + t;
+    float qjG = qcG + qyG + u;
+    float qkG = qbG + qxG + v;
+    float qiG = qxG + qbG;
+    float qlG = qyG + qcG;
+    float rcpWG = ffxApproximateReciprocalMedium(((qbG + qcG) + (qfG + qgG)) + ((qiG + qjG) + (qkG + qlG)));
+
+    pixR = ffxSaturate((((b.r * qbG + c.r * qcG) + (f.r * qfG + g.r * qgG)) +
+                         ((i.r * qiG + j.r * qjG) + (k.r * qkG + l.r * qlG))) * rcpWG);
+    pixG = ffxSaturate((((b.g * qbG + c.g * qcG) + (f.g * qfG + g.g * qgG)) +
+                         ((i.g * qiG + j.g * qjG) + (k.g * qkG + l.g * qlG))) * rcpWG);
+    pixB = ffxSaturate((((b.b * qbG + c.b * qcG) + (f.b * qfG + g.b * qgG)) +
+                         ((i.b * qiG + j.b * qjG) + (k.b * qkG + l.b * qlG))) * rcpWG);
 }
+)glsl";
 
 }  // namespace
 
 std::string casSharpenFragment() {
-    return std::string(kHighpHead) + kShared + kFilterNoScaling +
-           replaceAll(kMainRgb, "$F", "casFilterNoScaling");
+    return std::string(kHighp) + kShared + kFilterNoScaling + kRgbMain;
 }
 
 std::string casUpscaleFragment() {
-    return std::string(kHighpHead) + kShared + kScalingHeadRgb +
-           replaceAll(weightsOf12("G", "g"), "mnfG", "minimumGreen") + sumIntoRgb(kSumOf12) +
-           kFunctionEnd + replaceAll(kMainRgb, "$F", "casFilterWithScaling");
+    return std::string(kHighp) + kShared + kFilterOf12Taps + kRgbMain;
 }
 
 std::string casVUpscaleFragment() {
-    return std::string(kHighpHead) + kShared + kScalingHeadValue + weightsOf12("B", "b") +
-           sumInto(onChannel(kSumOf12, "B", "b"), "B", "b") + kFunctionEnd + kMainValue;
+    return std::string(kHighp) + kShared + kFilterOfValue;
 }
 
 std::string casTUpscaleFragment() {
-    return std::string(kMediumpHead) + kShared + kScalingHeadRgb + kScalingPosition +
-           onChannel(kRingsOf8, "G", "g") + onChannel(kRingWeights, "G", "g") +
-           onChannel(kTapWeightsOf8, "G", "g") + sumIntoRgb(kSumOf8) + kFunctionEnd +
-           replaceAll(kMainRgb, "$F", "casFilterWithScaling");
+    return std::string(kMediump) + kShared + kFilterOf8Taps + kRgbMain;
 }
 
 }  // namespace android

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // The vertex shader of every pass, the two copies and the conversion to hue, saturation and value.
-#include "upscaler/shaders/glsl.h"
 #include "upscaler/shaders/shaders.h"
 
 namespace android {
 
 // Places its vertices by gl_VertexID alone: 0, 1, 2 make one triangle that covers the viewport, and
 // 3, 4, 5 cover half of it again with the same values. The quad's attributes are bound, not read.
-const char kFullScreenVertex[] = GLSL_VERSION R"glsl(
+const char kFullScreenVertex[] = R"glsl(#version 320 es
 out highp vec2 v_TexCoord;
 
 void main() {
@@ -20,23 +19,31 @@ void main() {
 }
 )glsl";
 
-#define GLSL_COPY(SAMPLER)                                  \
-    "precision highp float;\n"                              \
-    "out highp vec4 fragColor;\n"                           \
-    "uniform " SAMPLER                                      \
-    " screenTexture;\n"                                     \
-    "in highp vec2 v_TexCoord;\n"                           \
-    "\n"                                                    \
-    "void main() {\n"                                       \
-    "    fragColor = texture(screenTexture, v_TexCoord);\n" \
-    "}\n"
+const char kCopyExternalFragment[] = R"glsl(#version 320 es
+#extension GL_OES_EGL_image_external_essl3 : enable
+precision highp float;
+out highp vec4 fragColor;
+uniform samplerExternalOES screenTexture;
+in highp vec2 v_TexCoord;
 
-const char kCopyExternalFragment[] =
-        GLSL_VERSION GLSL_EXTERNAL_SAMPLERS GLSL_COPY("samplerExternalOES");
+void main() {
+    fragColor = texture(screenTexture, v_TexCoord);
+}
+)glsl";
 
-const char kCopy2dFragment[] = GLSL_VERSION GLSL_COPY("sampler2D");
+const char kCopy2dFragment[] = R"glsl(#version 320 es
+precision highp float;
+out highp vec4 fragColor;
+uniform sampler2D screenTexture;
+in highp vec2 v_TexCoord;
 
-const char kRgb2hsvFragment[] = GLSL_VERSION GLSL_EXTERNAL_SAMPLERS R"glsl(
+void main() {
+    fragColor = texture(screenTexture, v_TexCoord);
+}
+)glsl";
+
+const char kRgb2hsvFragment[] = R"glsl(#version 320 es
+#extension GL_OES_EGL_image_external_essl3 : enable
 out highp vec4 fragColor;
 precision highp float;
 in vec2 v_TexCoord;

@@ -3,12 +3,11 @@
 //
 // Kept different from the published form: float uniforms instead of packed constants, an exact
 // reciprocal for the clipping point, and the pixel position from the texture coordinate.
-#include "upscaler/shaders/glsl.h"
 #include "upscaler/shaders/shaders.h"
 
 namespace android {
 
-const char kEasuFragment[] = GLSL_VERSION R"glsl(
+const char kEasuFragment[] = R"glsl(#version 320 es
 precision highp float;
 precision highp int;
 
@@ -21,7 +20,10 @@ uniform highp vec4 SizeInfo;  // [input_width, input_height, output_width, outpu
 in vec2 v_TexCoord;
 out highp vec4 OutColor;
 
-)glsl" GLSL_FSR_SCALARS R"glsl(
+float AF1_x(float a) { return a; }
+uint AU1_x(uint a) { return a; }
+float ARcpF1(float x) { return 1.0 / x; }
+float ASatF1(float x) { return clamp(x, 0.0, 1.0); }
 vec2 AF2_x(float a) { return vec2(a, a); }
 vec3 AF3_x(float a) { return vec3(a, a, a); }
 vec4 AF4_x(float a) { return vec4(a, a, a, a); }
@@ -151,7 +153,7 @@ void FsrEasuF(out vec3 pix, uvec2 ip, vec4 con0, vec4 con1, vec4 con2, vec4 con3
     float lob = 0.5 + ((1.0 / 4.0 - 0.04) - 0.5) * len;
     float clp = ARcpF1(lob);
 
-    // Bounds against ringing, from the four nearest texels. About max(x, 0.0) see glsl.h.
+    // Bounds against ringing, from the four nearest texels. About max(x, 0.0) see shaders.h.
     vec3 f = vec3(ijfeR.z, ijfeG.z, ijfeB.z);
     vec3 g = vec3(klhgR.w, klhgG.w, klhgB.w);
     vec3 j = max(vec3(ijfeR.y, ijfeG.y, ijfeB.y), 0.0);

@@ -3,12 +3,11 @@
 //
 // Kept different from the published form: the sharpness is a plain float, both reciprocals are
 // exact, and the pixel position comes from the texture coordinate.
-#include "upscaler/shaders/glsl.h"
 #include "upscaler/shaders/shaders.h"
 
 namespace android {
 
-const char kRcasFragment[] = GLSL_VERSION R"glsl(
+const char kRcasFragment[] = R"glsl(#version 320 es
 precision highp float;
 precision highp int;
 
@@ -18,7 +17,10 @@ uniform highp vec4 SizeInfo;  // [input_width, input_height, output_width, outpu
 in highp vec2 v_TexCoord;
 out highp vec4 OutColor;
 
-)glsl" GLSL_FSR_SCALARS R"glsl(
+float AF1_x(float a) { return a; }
+uint AU1_x(uint a) { return a; }
+float ARcpF1(float x) { return 1.0 / x; }
+float ASatF1(float x) { return clamp(x, 0.0, 1.0); }
 float AMax3F1(float x, float y, float z) { return max(x, max(y, z)); }
 float AMin3F1(float x, float y, float z) { return min(x, min(y, z)); }
 
@@ -49,7 +51,7 @@ void FsrRcasF(out float pixR, out float pixG, out float pixB, uvec2 ip, float sh
     float eR = e.r;
     float eG = e.g;
     float eB = e.b;
-    float fR = max(f.r, 0.0);  // See glsl.h.
+    float fR = max(f.r, 0.0);  // See shaders.h.
     float fG = max(f.g, 0.0);
     float fB = max(f.b, 0.0);
     float hR = h.r;
@@ -73,7 +75,7 @@ void FsrRcasF(out float pixR, out float pixG, out float pixB, uvec2 ip, float sh
     nz = ASatF1(abs(nz) * ARcpF1(AMax3F1(AMax3F1(bL, dL, eL), fL, hL) - AMin3F1(AMin3F1(bL, dL, eL), fL, hL)));
     nz = -0.5 * nz + 1.0;
 
-    // The neighbours only, not the centre. A texel comes first where it can: see glsl.h.
+    // The neighbours only, not the centre. A texel comes first where it can: see shaders.h.
     float mn4R = min(hR, AMin3F1(bR, dR, fR));
     float mn4G = min(hG, AMin3F1(bG, dG, fG));
     float mn4B = min(hB, AMin3F1(bB, dB, fB));

@@ -6,6 +6,12 @@
 
 // The GLSL ES 3.20 sources, whole texts ready to compile. Every program pairs kFullScreenVertex
 // with one fragment shader; every fragment shader reads the one sampler "screenTexture".
+//
+// Some texts pass a texel through max(x, 0.0) before its first min or max. That changes no bit, for
+// texels are not negative. It is for llvmpipe, which tests the second operand of each min and max
+// for NaN: a texel, sampled as a half-precision number, it tests as one, and such tests are not
+// vectorised. Without it they were up to half of a pass's instructions. abs() would not do: the
+// compiler looks through it.
 namespace android {
 
 extern const char kFullScreenVertex[];
@@ -22,5 +28,17 @@ std::string casVUpscaleFragment();
 std::string casTUpscaleFragment();
 
 }  // namespace android
+
+// Each fragment shader: its name for tests and benchmarks, and its text.
+#define UPSCALER_FRAGMENT_SHADERS(X) \
+    X(copy, kCopyExternalFragment)   \
+    X(copy2d, kCopy2dFragment)       \
+    X(rgb2hsv, kRgb2hsvFragment)     \
+    X(easu, kEasuFragment)           \
+    X(rcas, kRcasFragment)           \
+    X(cas, casUpscaleFragment())     \
+    X(cast, casTUpscaleFragment())   \
+    X(casv, casVUpscaleFragment())   \
+    X(casSharpen, casSharpenFragment())
 
 #endif  // UPSCALER_SHADERS_SHADERS_H
