@@ -12,13 +12,13 @@
 
 namespace bench {
 
-/// What the frames share. Works in the context that is current and deletes nothing: that is left to
-/// the end of the context.
+/// What the frames share. It works in the current context and deletes nothing: that happens when
+/// the context ends.
 class BareGl {
   public:
     BareGl();
 
-    /// Draws one frame of fsrResize, and flushes it.
+    /// Draws and flushes one frame of fsrResize.
     /// @return a native fence, which the caller owns.
     int fsrResize(const sp<GraphicBuffer>& src, const sp<GraphicBuffer>& dst, float sharpness);
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // call_cost --list: prints the names of the operations.
 //
-// call_cost [OPERATION [CALLS [BUFFERS]]]: makes calls of one operation on buffers that are cached,
-// BUFFERS of them, and prints how often a call asked for memory and what it took, and construction.
-// Run with the null driver, so that nothing but the library and the host is seen; callgrind counts
-// the instructions of `measured`.
+// call_cost [OPERATION [CALLS [BUFFERS]]]: makes CALLS calls of one operation with BUFFERS cached
+// buffers. Prints how often a call allocated memory, how long it took, and how long construction
+// took. Run it with the null driver, so that only the library and the host are measured. Callgrind
+// counts the instructions of `measured`.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -22,8 +22,8 @@ unsigned long allocations = 0;
 
 }  // namespace
 
-// Those of the library and of the host too. Not inlined, which would make GCC see malloc and delete
-// as a pair.
+// These serve the library and the host, too. They are not inlined, because GCC would see malloc and
+// delete as a mismatched pair.
 [[gnu::noinline]] void* operator new(size_t size) {
     if (counts) ++allocations;
     if (void* memory = std::malloc(size)) return memory;
@@ -41,7 +41,7 @@ namespace {
 
 using Buffers = std::vector<sp<GraphicBuffer>>;
 
-// The last two of the buffers, which a cache that had to be searched would find last.
+// Uses the last two buffers, which a cache that is searched in order would find last.
 [[gnu::noinline]] void measured(Upscaler& upscaler, const Operation& operation, Buffers& buffers,
                                 unsigned calls, sp<Fence>* fence) {
     sp<GraphicBuffer>& src = buffers[buffers.size() - 2];

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What is paid once, or adds up over a long life: construction, the first import, the command's
-// whole run, 100,000 calls, a large cache.
+// Costs that are paid once or that add up over a long life: construction, the first import, a whole
+// run of the command, 100,000 calls.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -26,8 +26,8 @@ void end(Upscaler& upscaler) {
 const std::pair<const char*, std::string> kPrograms[] = {UPSCALER_FRAGMENT_SHADERS(PROGRAM)};
 #undef PROGRAM
 
-// What construction is made of, as shares: a context and the programs, made again one by one.
-// What is left is the library's own.
+// The shares of construction: a context and the programs, made again one by one. The rest is the
+// library's own.
 void construct(benchmark::State& state) {
     const sp<GraphicBuffer> keepsTheDriverLoaded = makeBuffer(1, 1);
     std::vector<double> whole, context;
@@ -52,7 +52,7 @@ void construct(benchmark::State& state) {
         eglDestroyContext(display, again);
         end(*upscaler);
     }
-    // Turn by turn, since the drivers' own threads come and go.
+    // Subtracted turn by turn, because the drivers' threads come and go.
     std::vector<double> rest = whole;
     const auto report = [&](const std::string& part, const std::vector<double>& times) {
         state.counters[part] = median(times) / median(whole);
@@ -65,7 +65,8 @@ void construct(benchmark::State& state) {
     state.counters["rest"] = median(rest) / median(whole);
 }
 
-// The first call on a pair of buffers over the next one; small, so that the GPU's work is not all.
+// The time of the first call with a pair of buffers over that of the next. The buffers are small,
+// so that the GPU's work does not hide the difference.
 void firstImport(benchmark::State& state) {
     Upscaler upscaler;
     sp<Fence> fence;
@@ -107,9 +108,9 @@ size_t descriptors() {
     return static_cast<size_t>(std::distance(begin, fs::directory_iterator()));
 }
 
-// A fixed pool, all operations in turn. The counters tell the median time of the last tenth's calls
-// over that of the second's, of the processor, and what memory and descriptors grew by after a warm
-// half.
+// Calls all operations in turn on a fixed pool of buffers. The counters give the median processor
+// time of a call in the last tenth over that in the second tenth, and how far memory and
+// descriptors grew in the second half.
 void manyCalls(benchmark::State& state) {
     constexpr size_t kCalls = 100'000, kTenth = kCalls / 10;
     Upscaler upscaler;
@@ -126,8 +127,10 @@ void manyCalls(benchmark::State& state) {
         return time;
     };
     for (auto _ : state) {
-        std::vector<double> early(kTenth), late(kTenth);  // Made in advance: memory is watched.
-        size_t pages = residentPages(), files = descriptors();  // Whose own memory is to be there.
+        std::vector<double> early(kTenth),
+                late(kTenth);  // Allocated in advance, because memory is measured.
+        size_t pages = residentPages(),
+               files = descriptors();  // Called once so that their own memory exists.
         state.SetIterationTime(seconds([&] {
             for (size_t i = 0; i < kCalls; ++i) {
                 const double time = call(i);

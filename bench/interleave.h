@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Comparisons within one row: what is compared takes turns, so that whatever else the machine does
-// meets all of it alike.
+// Comparisons within one row. The contestants take turns, so that other load on the machine affects
+// all of them alike.
 #ifndef BENCH_INTERLEAVE_H
 #define BENCH_INTERLEAVE_H
 

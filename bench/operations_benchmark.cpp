@@ -28,7 +28,7 @@ constexpr SizeRow kSizes[] = {
         {"720p_to_1440p", 1280, 720, 2560, 1440},
         {"1080p_to_4K", 1920, 1080, 3840, 2160},
 };
-// Where what a call costs besides the GPU's work is largest.
+// The size at which the share of the call besides the GPU's work is largest.
 constexpr SizeRow kTiny = {"16p_to_32p", 16, 16, 32, 32};
 constexpr SizeRow kScales[] = {
         {"1MP", 512, 512, 1024, 1024},
@@ -37,7 +37,7 @@ constexpr SizeRow kScales[] = {
         {"64MP", 4096, 4096, 8192, 8192},
 };
 
-// Gives the filters something to do everywhere.
+// Noise gives the filters something to do everywhere.
 void fillWithNoise(const sp<GraphicBuffer>& buffer) {
     void* address = nullptr;
     if (buffer->lock(GraphicBuffer::USAGE_SW_WRITE_OFTEN, &address) != android::OK) return;
@@ -101,7 +101,7 @@ void timeFrame(benchmark::State& state, const Operation& operation, const SizeRo
         state.SetIterationTime(rig.frame(operation));
 }
 
-// What a pixel of the destination costs.
+// The cost of a pixel of the destination.
 void timePixel(benchmark::State& state, const Operation& operation, const SizeRow& size) {
     Rig rig(state, size);
     rig.frame(operation);
@@ -130,7 +130,7 @@ void compareWithBareGl(benchmark::State& state, const Operation& operation, cons
                {{"", [&] { return clock(bareFrame); }}, {"library", [&] { return clock(frame); }}});
 }
 
-// What a user of the host waits for, frame by frame; shares of the whole.
+// What a user of the host waits for in each frame, as shares of the whole.
 void splitHostFrame(benchmark::State& state, const Operation& operation, const SizeRow& size) {
     Rig rig(state, size);
     std::vector<uint32_t> picture(size_t{size.srcWidth} * size.srcHeight, 0xFF808080u);
@@ -193,7 +193,7 @@ const bool kRegistered = [] {
 }  // namespace bench
 
 int main(int argc, char** argv) {
-    // Compiles are to be compiles.
+    // Without the cache every compile is a real one.
     setenv("MESA_SHADER_CACHE_DISABLE", "true", 0);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;

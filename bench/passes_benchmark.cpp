@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Each pass alone, over the floor: a copy into a target of the same size. And the passes of
-// fsrResize over what no version of it could go below: a copy, twelve bare fetches, five. In the
-// time of the processor, of which the drivers' threads take an equal part whatever the pass.
+// The time of each pass alone over that of a copy into a target of the same size. Also the passes
+// of fsrResize over the least that any version of it has to do: a copy, twelve bare fetches, five
+// bare fetches. Processor time is measured; the drivers' threads take an equal part of it in every
+// pass.
 #include <benchmark/benchmark.h>
 
 #include <memory>
@@ -42,7 +43,7 @@ constexpr char kFiveFetches[] = R"glsl(
 }
 )glsl";
 
-// The external sampler is no different to the driver's compiler; a 2D texture needs no import.
+// The driver's compiler treats both samplers alike, and a 2D texture needs no import.
 std::string as2d(std::string text) {
     const std::string external = "samplerExternalOES";
     const size_t at = text.find(external);
@@ -67,7 +68,8 @@ GLuint makeTexture(GLsizei width, GLsizei height) {
     return texture;
 }
 
-// The textures that passes go between, in the context of an object that is there for it alone.
+// The textures that the passes read and write, in the context of an object that is only made for
+// it.
 class Stage {
   public:
     Stage()

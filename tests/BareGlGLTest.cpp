@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the benchmarks compare the library with makes the calls that the library makes.
+// The bare GL that the benchmarks compare the library with makes the same calls.
 #include "bench/bare_gl.h"
 
 #include <gmock/gmock.h>
@@ -11,7 +11,7 @@
 namespace android::test {
 namespace {
 
-// Each call with its arguments, but for those that are names of objects or addresses.
+// Each call with its arguments, except object names and addresses.
 std::string callsOf(const GlTrace& trace) {
     const std::set<std::string> compared = {"glDisable",       "glUniform1i",  "glUniform1f",
                                             "glUniform4f",     "glUniform4ui", "glTexImage2D",
@@ -21,7 +21,7 @@ std::string callsOf(const GlTrace& trace) {
     for (const GlCall& call : trace.calls()) {
         if (call.name == "glGetError" || call.name.rfind("atrace", 0) == 0) continue;
         std::string text = call.name;
-        // The first argument otherwise: a target or an object.
+        // The first argument is a target in these, and an object in others.
         const bool isBind = call.name == "glBindTexture" || call.name == "glBindFramebuffer";
         for (size_t i = 0; i < call.arguments.size(); ++i) {
             const bool isText = std::string("\"{").find(call.arguments[i][0]) != std::string::npos;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// One thing fails at a time: what is logged, what goes on, and what state is left.
+// One thing fails at a time. The tests hold what is logged, what goes on, and what state is left.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -48,8 +48,8 @@ std::string callNames(Work work) {
     return lines(trace.names());
 }
 
-// Does the work once for each checked GL call of the script and each error, which is pending behind
-// it, and expects the one line about it and the same calls as without.
+// Does the work once for each error after each checked GL call of the script. Expects one line
+// about the error, and the same calls as without it.
 template <typename Work>
 void expectEachCheckReports(const Script& script, const std::vector<Error>& errors, Work work) {
     static const std::regex ofShaders("Shader|Program|Uniform"), number(": [0-9]+: ");
@@ -72,7 +72,7 @@ void expectEachCheckReports(const Script& script, const std::vector<Error>& erro
             ASSERT_EQ(std::regex_replace(log.errors()[0], number, ": LINE: "), line);
         }
     }
-    // One check more than the script has, and the error would still be pending.
+    // A check that the script lacks would read this error.
     GlTrace trace;
     trace.fail("glGetError", checked.size(), GL_INVALID_ENUM);
     work();
@@ -99,7 +99,7 @@ TEST_F(FaultGLTest, ClientsHaveTheCheckAndTheNamesToo) {
                 ElementsAre("glGetError failed some/path: 7: glFlush() failed: OUT_OF_MEMORY \n"));
 }
 
-// With a logger of its own a client gets the whole line, and without memory for it what fits.
+// The client's logger gets the whole line or, without memory for it, as much as fits.
 TEST_F(FaultGLTest, ClientsMayCheckCallsOfAnyLength) {
     const OwnedUpscaler upscaler;
     for (const size_t length : {511u, 512u, 965u, 966u, 100000u}) {
@@ -126,7 +126,7 @@ TEST_F(FaultGLTest, GlInConstruction) {
     });
 }
 
-// Each kind of call of a construction with each code: nine programs need not be built for that.
+// Every kind of call that a construction makes, with every code. One program is enough for that.
 TEST_F(FaultGLTest, GlInAProgramAndInTheQuad) {
     OwnedUpscaler upscaler;
     expectEachCheckReports(program("program"), kErrors, [] { GfxShader(kVertex, kFragment); });
@@ -177,8 +177,8 @@ TEST_P(OperationFaultGLTest, Gl) {
     });
 }
 
-// The lines are written at debug level; with it off nothing is, and the caller finds an invalid
-// fence.
+// The lines are debug lines. With the debug log off nothing is written, and the caller gets an
+// invalid fence.
 TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
     constexpr struct {
         const char* fails;
@@ -211,7 +211,7 @@ TEST_P(OperationFaultGLTest, SyncAndDescriptor) {
         EXPECT_THAT(log.errors(), IsEmpty());
         resizeBufferLogLevel = 0;
     }
-    // Its result is not asked for.
+    // The result of the destroy is not tested.
     GlTrace trace;
     log.clear();
     trace.fail("eglDestroySyncKHR");
@@ -328,7 +328,7 @@ TEST_F(FaultGLTest, AMissingEntryPointFailsLikeItsCall) {
     }
 }
 
-// One line for each check and nothing worse; the next object works.
+// Each check logs one line, and nothing worse happens. The next object works.
 TEST_F(FaultGLTest, TheContextIsLost) {
     for (const OperationRow& row : operations()) {
         SCOPED_TRACE(row.name);
@@ -354,7 +354,7 @@ TEST_F(FaultGLTest, TheContextIsLost) {
     EXPECT_THAT(log.errors(), IsEmpty());
 }
 
-// Every shader is refused: the lines of all programs, and an object that can still be called.
+// Every shader is refused. Each program logs its lines, and the object can still be called.
 TEST_F(FaultGLTest, TheCompilerRefuses) {
     GlTrace trace;
     trace.failAlways("glCompileShader");

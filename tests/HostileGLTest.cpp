@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Arguments that no sensible client passes: each has an outcome, and none is a crash.
+// Arguments that no sensible client passes. Each has a defined outcome, and none ends in a crash.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ class HostileGLTest : public LibraryTest {
     OwnedUpscaler upscaler;
 };
 
-// Black comes out black and opaque, in every pair of formats.
+// Black stays black and becomes opaque, for every pair of formats.
 TEST_F(HostileGLTest, EveryFormatForSourceAndDestination) {
     const struct {
         PixelFormat format;
@@ -84,7 +84,8 @@ TEST_F(HostileGLTest, AnySharpness) {
     }
 }
 
-// 0 is backed by one pixel; what is past the limit has no pixels, and its import is refused.
+// A buffer of size 0 has one pixel behind it. A buffer beyond the limit has none, and its import is
+// refused.
 TEST_F(HostileGLTest, AnySize) {
     GLint limit = 0;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &limit);
@@ -112,7 +113,7 @@ TEST_F(HostileGLTest, AnySize) {
     EXPECT_THAT(log.errors(), IsEmpty()) << "nothing of it stays";
 }
 
-// The texture has the kind of the first use; the other binding is refused by GL, and reported.
+// A texture keeps the target of its first use. GL refuses the other target, and the log reports it.
 TEST_F(HostileGLTest, ABufferInTheOtherRole) {
     const auto refusal =
             AllOf(StartsWith("glGetError failed multimedia/display/upsservice/upscaler/upscaler: "),
@@ -125,7 +126,7 @@ TEST_F(HostileGLTest, ABufferInTheOtherRole) {
         upscaler->clearOpenGLResources();
         UpscalerPeer::forgetNames(*upscaler);
         upscaler->initOpenGL();
-        dst = src = first;  // Both at once.
+        dst = src = first;  // One buffer in both roles.
         call(row);
         EXPECT_THAT(log.errors(), Contains(refusal));
         EXPECT_THAT(UpscalerPeer::textures(*upscaler), SizeIs(1));
@@ -133,7 +134,7 @@ TEST_F(HostileGLTest, ABufferInTheOtherRole) {
         call(row);
         EXPECT_THAT(log.errors(), IsEmpty());
         src = second;
-        dst = first;  // The two exchanged.
+        dst = first;  // Source and destination exchanged.
         call(row);
         EXPECT_THAT(log.errors(), Contains(refusal).Times(2));
     }

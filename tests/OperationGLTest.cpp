@@ -47,8 +47,8 @@ TEST_P(OperationGLTest, EmptyBufferIsOneErrorLineAndNothingElse) {
     }
 }
 
-// What a pass sends is worked out after the line about the sharpness and before the program is in
-// use. None of it is exact at these sizes and this sharpness.
+// The constants of a pass are computed after the line about the sharpness and before glUseProgram.
+// None of them is exact for these sizes and this sharpness.
 TEST_P(OperationGLTest, ConstantsComeBeforeTheProgram) {
     call();
     for (const auto& [level, next] : {std::pair(0u, "glUseProgram("), {0x21u, "log(use: Start "}}) {
@@ -66,7 +66,8 @@ TEST_P(OperationGLTest, ConstantsComeBeforeTheProgram) {
     }
 }
 
-// A NaN passes every clamp: the sharpening weight is none either, and has the largest finite half.
+// A NaN passes every clamp. The sharpening weight is then not a number either, and its
+// half-precision word is the largest finite one.
 TEST_P(OperationGLTest, SharpnessThatIsNotANumberReachesTheShader) {
     GlTrace trace;
     ((*upscaler).*GetParam().call)(src, dst, std::nanf(""), &fence);
@@ -123,8 +124,8 @@ TEST(StaleTextureGLTest, CasResizeDeletesTheNameThatFsrLeftWhoeverHasItNow) {
     EXPECT_NE(stale, 0u);
     EXPECT_FALSE(glIsTexture(stale));
 
-    // Some drivers give freed names out again (ANGLE), some do not for long (Mesa): here, a buffer
-    // imported late has been given the freed name.
+    // Some drivers soon give a freed name out again (ANGLE), others do not for a long time (Mesa).
+    // The test makes it happen: a buffer that is imported late gets the freed name.
     trace.clear();
     upscaler->casSharpen(late, dst, 0.5f, &fence);
     stale = static_cast<uint32_t>(std::stoul(trace.named("glGenTextures")[0].arguments[1]));
@@ -134,7 +135,7 @@ TEST(StaleTextureGLTest, CasResizeDeletesTheNameThatFsrLeftWhoeverHasItNow) {
     EXPECT_EQ(trace.named("glDeleteTextures")[0].arguments[1], std::to_string(stale));
     EXPECT_FALSE(glIsTexture(stale)) << "the late buffer has lost its texture";
 
-    // Those that neither make it nor delete it never touch it.
+    // The other operations leave the name alone.
     for (const OperationRow& row : operations()) {
         const Script script = expectedOf(row.name).script(true);
         if (script.count("glDeleteTextures(1, &mTextureColorEasu)") != 0) continue;

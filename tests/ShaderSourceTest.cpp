@@ -37,7 +37,7 @@ std::vector<Source> sources() {
 #undef FRAGMENT
 }
 
-// Each precision qualifier of each text with what it stands at, in order.
+// The precision qualifiers of each source, in order, with what they qualify.
 const std::map<std::string, Lines>& precisions() {
     static const Lines copy = {"precision highp float;", "highp vec4 fragColor",
                                "highp vec2 v_TexCoord"};
@@ -66,7 +66,7 @@ const std::map<std::string, Lines>& precisions() {
     return rows;
 }
 
-// Few of them can be told from the pixels: a driver is free to work at a higher precision.
+// Pixels show few of them: a driver may work at a higher precision than it is asked for.
 TEST(ShaderSourceTest, Precisions) {
     const std::regex qualifier(R"((precision )?\b(high|medium|low)p \w+( \w+|;))");
     for (const Source& source : sources()) {
@@ -78,7 +78,8 @@ TEST(ShaderSourceTest, Precisions) {
     }
 }
 
-// Where an edge of EASU ends to have a direction, and the alpha that an RGB target drops.
+// The threshold below which an edge of EASU has no direction, and the alpha that an RGB target
+// drops.
 TEST(ShaderSourceTest, PartsThatPixelsCannotTell) {
     EXPECT_THAT(kEasuFragment,
                 AllOf(HasSubstr("dirR < 1.0 / 32768.0;"), HasSubstr("vec4(Gamma2Color, 1.0)")));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Long runs: what is held may not grow but as promised. UPSCALER_SOAK_CALLS says how long.
+// Long runs: memory and descriptors may only grow as documented. UPSCALER_SOAK_CALLS sets the
+// number of calls.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,7 +27,7 @@ size_t callCount() {
 constexpr float kSharpness[] = {0.0f, 0.5f, 1.0f, 3.0f, -1.0f, INFINITY, -INFINITY, NAN};
 
 #ifdef UPSCALER_SANITIZED
-constexpr size_t kSlackKiB = 1 << 20;  // A sanitizer keeps what is freed.
+constexpr size_t kSlackKiB = 1 << 20;  // A sanitizer keeps freed memory.
 #else
 constexpr size_t kSlackKiB = 4096;
 #endif
@@ -39,7 +40,7 @@ class SoakGLTest : public ::testing::Test {
         return items[below(items.size())];
     }
 
-    // One call in 16 goes wrong, in one of the ways there are.
+    // One call in 16 goes wrong, in one of four ways.
     void call() {
         const OperationRow& row = operations()[below(operations().size())];
         sp<GraphicBuffer> from = any(mSources);
@@ -62,7 +63,7 @@ class SoakGLTest : public ::testing::Test {
         ASSERT_EQ(fence->isValid(), fault >= 2);
         mLog.clear();
         if (fault < 2) return;
-        // What clients do with fences: keep, drop, copy, merge and wait.
+        // Clients keep, drop, copy and merge fences, and wait for them.
         sp<Fence>& kept = any(mFences);
         const sp<Fence> copies[] = {kept, fence, sp<Fence>(new Fence(fence->dup())),
                                     Fence::merge("soak", kept, fence)};
@@ -92,7 +93,7 @@ class SoakGLTest : public ::testing::Test {
 
 TEST_F(SoakGLTest, RandomCallsOnAPoolHoldNothingMore) {
     constexpr int kSamples = 10;
-    constexpr int kWarm = 2;  // Till then the driver compiles, and fills its pools.
+    constexpr int kWarm = 2;  // Before that the driver compiles and fills its pools.
     eachPixel(mSources.back(), kWrite,
               [](uint32_t x, uint32_t y, uint32_t& pixel) { pixel = 0xFF000000 + x * y * 999; });
     // All buffers are imported before casResize can delete a name that one of them would get.
@@ -128,11 +129,11 @@ TEST_F(SoakGLTest, RandomCallsOnAPoolHoldNothingMore) {
     EXPECT_LT(residentKiB(), memory + kSlackKiB);
 }
 
-// Each new buffer costs an image and a texture until cleared; the next object finds the memory
-// free.
+// Each new buffer costs an image and a texture until the object is cleared. The next object can use
+// that memory again.
 TEST_F(SoakGLTest, EverNewBuffersAreHeldUntilCleared) {
     const size_t count = std::max<size_t>(200, callCount() / 200);
-    const size_t descriptors = openDescriptors() + 2;  // The host's own may come.
+    const size_t descriptors = openDescriptors() + 2;  // The host may open some of its own.
     size_t grown = 0;
     for (int round = 0; round < 4; ++round) {
         OwnedUpscaler upscaler;
@@ -151,7 +152,7 @@ TEST_F(SoakGLTest, EverNewBuffersAreHeldUntilCleared) {
         for (const auto& buffer : watched)
             ASSERT_EQ(buffer.promote(), nullptr);
         EXPECT_LE(settledDescriptors(descriptors), descriptors);
-        if (round == 3) {  // By now drivers have filled their pools.
+        if (round == 3) {  // By now the drivers have filled their pools.
             EXPECT_LT(full, grown + kSlackKiB);
         }
         grown = full;

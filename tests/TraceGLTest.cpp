@@ -22,7 +22,8 @@ uint64_t keyOf(const sp<GraphicBuffer>& buffer) {
     return bufferKey(reinterpret_cast<uintptr_t>(buffer->getNativeBuffer()));
 }
 
-// With the debug lines, and without. Whatever the object does is compared, its construction first.
+// Runs with the debug log on and off. Everything that the object does is compared, from its
+// construction on.
 class TraceGLTest : public LibraryTest, public ::testing::WithParamInterface<bool> {
   protected:
     TraceGLTest() {
@@ -45,7 +46,7 @@ class TraceGLTest : public LibraryTest, public ::testing::WithParamInterface<boo
         expect(construction());
     }
 
-    // What has been traced since the last time.
+    // Compares what has been traced since the last time.
     void expect(const Script& script) {
         EXPECT_TRUE(follows(trace, GetParam() ? script : script.quiet(), words));
         trace.clear();
@@ -95,7 +96,7 @@ TEST_P(TraceGLTest, Operations) {
             EXPECT_EQ(trace.count("atrace_get_enabled_tags"), expected.traceQueries);
             EXPECT_EQ(trace.count("atrace_end_body"), 0u);
             for (const GlCall& call : trace.named("glGetUniformLocation")) {
-                // Not read, but a driver may keep it.
+                // The shader does not read it, but a driver may keep it.
                 const bool unread = row.name == "casSharpen" && call.arguments[1] == "\"Const0\"";
                 EXPECT_TRUE(unread || call.result != "-1") << call.text();
             }

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # What clients depend on: the names that the two libraries export and the layout of the classes in the headers.
-# Usage: abi.sh LIBRARY HOST_LIBRARY [LIST]: prints it, or tells how it differs from the list.
-# After a change that is meant, and not before the SOVERSION has been thought about: abi.sh ... >abi.txt
+# Usage: abi.sh LIBRARY HOST_LIBRARY [LIST]. Prints it or, with a list, shows how it differs from the list. After an
+# intended change, decide about the SOVERSION and then run: abi.sh ... >abi.txt
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 names() { nm -D --defined-only "$1" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | LC_ALL=C sort; }
-# As the C++ ABI has it, which both compilers follow: first the bases and members of each class, then its size.
+# The layout by the C++ ABI, which both compilers follow: the bases and members of each class, then its size.
 layouts() {
     echo '#include <upscaler/upscaler.h>
         using namespace android;

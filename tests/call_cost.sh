@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# call_cost.sh CALL_COST NULL_DRIVER_FOLDER LIBRARY...: what a call costs besides the driver, on buffers that are cached: memory
-# for the Fence and nothing else, and at most 4,000 instructions, the host's and the C library's included, however many
-# buffers are cached. Prints the counts.
+# call_cost.sh CALL_COST NULL_DRIVER_FOLDER LIBRARY...: measures what a call costs besides the driver, with cached
+# buffers. It may allocate memory for the Fence and nothing else, and execute at most 4,000 instructions, including
+# those of the host and the C library, however many buffers are cached. Prints the counts.
 set -euo pipefail
 
 work=$(mktemp -d)

@@ -11,5 +11,5 @@ for file; do
         expect "$mark" "$file"
     done
 done
-expect '__[a-z]+_chk@' "$@" # Not every file calls what is fortified.
+expect '__[a-z]+_chk@' "$@" # Not every file calls a fortified function.
 [ -z "$missing" ] || { printf %s "$missing"; exit 1; }

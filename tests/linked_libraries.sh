@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What is linked has to stand in the list of SECURITY.md.
+# Every library that is linked has to be in the list of SECURITY.md.
 # Usage: linked_libraries.sh SECURITY.md BINARY...
 set -euo pipefail
 list=$1

@@ -6,9 +6,9 @@
 
 namespace android {
 
-// The cache's key for the buffer whose native buffer has this address: the platform library's hash
-// of an 8-byte pointer, written out so that the keys in the log are the same everywhere. Arithmetic
-// modulo 2^64 is meant, but the shift keeps 32 bits.
+// The cache's key for a buffer, from the address of its native buffer. It is the platform library's
+// hash of an 8-byte pointer, written out so that the keys in the log are the same everywhere. The
+// arithmetic is modulo 2^64 on purpose, but the shift keeps only 32 bits.
 #if defined(__clang__)
 __attribute__((no_sanitize("unsigned-integer-overflow")))
 #endif

@@ -79,8 +79,8 @@ float rcasScale(float stops) {
 
 void setCasConstants(float sharpness, const CasRange& range, Size in, Size out,
                      std::vector<uint32_t>& const0, std::vector<uint32_t>& const1) {
-    // Inverted: 1 asks for the weakest sharpening. Two tests rather than std::clamp, so that a NaN
-    // goes through.
+    // The scale is inverted: 1 asks for the weakest sharpening. Two tests, not std::clamp, so that
+    // a NaN passes through.
     float x = 1.0f - sharpness;
     if (x < 0.0f) x = 0.0f;
     if (x > 1.0f) x = 1.0f;

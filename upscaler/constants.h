@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The arithmetic behind the operations' uniforms: no GL, single precision as written.
+// The arithmetic behind the operations' uniforms. It uses no GL, and single precision throughout.
 #ifndef UPSCALER_CONSTANTS_H
 #define UPSCALER_CONSTANTS_H
 
@@ -14,12 +14,12 @@ struct Size {
     float height;
 };
 
-// The four vectors of the published EASU set-up, the input viewport being the whole source, as
-// plain floats. Each vector has four elements, which are overwritten.
+// Writes the four vectors of the published EASU set-up as plain floats; the input viewport is the
+// whole source. Each vector already has four elements.
 void setEasuConstants(Size in, Size out, std::vector<float>& con0, std::vector<float>& con1,
                       std::vector<float>& con2, std::vector<float>& con3);
 
-// The scale that RCAS takes for a sharpness in stops. Not clamped: a negative number of stops
+// The scale that RCAS takes for a sharpness in stops. It is not clamped: a negative number of stops
 // sharpens beyond the published maximum.
 float rcasScale(float stops);
 
@@ -30,13 +30,12 @@ struct CasRange {
     float weakest;
 };
 
-// The two vectors of the CAS set-up, as bit patterns. Each has four elements, which are
-// overwritten.
+// Writes the two vectors of the CAS set-up as bit patterns. Each vector already has four elements.
 void setCasConstants(float sharpness, const CasRange& range, Size in, Size out,
                      std::vector<uint32_t>& const0, std::vector<uint32_t>& const1);
 
-// Half-precision bits in the low 16, by the table method: the mantissa is truncated, and what is
-// too large, infinite or not a number becomes the largest finite half of its sign.
+// Half-precision bits in the low 16, by the table method. The mantissa is truncated; a value that
+// is too large, infinite or not a number becomes the largest finite half of its sign.
 uint32_t halfBits(float value);
 
 }  // namespace android

@@ -3,7 +3,7 @@
 #define UPSCALER_OPERATIONS_H
 
 // The operations, by the names of their member functions. upscaler.cpp defines the functions from
-// this list; tests, benchmarks and fuzzers go through it, so that none of them can miss one.
+// this list. Tests, benchmarks and fuzzers iterate over it, so none of them can miss one.
 #define UPSCALER_OPERATIONS(X) \
     X(fsrResize)               \
     X(neaResize)               \

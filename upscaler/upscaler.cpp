@@ -17,7 +17,8 @@
 namespace android {
 namespace {
 
-// What the log prints for this file, which is not where it stands now: log readers match it.
+// The path that the log prints for this file. The file has moved since, but log readers match this
+// path.
 constexpr char kSourcePath[] = "multimedia/display/upsservice/upscaler/upscaler";
 
 constexpr char kLogLevelProperty[] = "debug.vardi.display.ups.enable";
@@ -27,8 +28,8 @@ uint32_t lowBits(const void* handle) {
     return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(handle));
 }
 
-// The names of the uniforms, made once. They are never freed: a client may call an operation as
-// late as from the destructor of a static object of its own.
+// The names of the uniforms, made once. They are never freed, because a client may call an
+// operation from the destructor of a static object.
 struct UniformNames {
     const std::string screenTexture = "screenTexture";
     const std::string sizeInfo = "SizeInfo";
@@ -62,7 +63,7 @@ struct Upscaler::Call {
     float sharpness;
     uint32_t srcTexture, dstTexture;
     uint32_t srcWidth, srcHeight, dstWidth, dstHeight;
-    float rcasScale;  // worked out by the pass that sends it
+    float rcasScale;  // computed by the pass that sends it
 };
 
 // A member that holds a GL name, with the word that the log has for it.
@@ -91,12 +92,12 @@ struct Upscaler::Target {
 
 // What a pass sends to its program besides the sampler.
 struct Upscaler::Uniforms {
-    // Works the constants out, before the program is in use.
+    // Computes the constants, before the program is in use.
     void (*compute)(Upscaler&, Call&, const Uniforms&);
-    // In the order in which traces show them.
+    // Sends them, in the order in which traces show them.
     void (*send)(const Upscaler&, const GfxShader&, const Call&, const Uniforms&);
-    const Extent* inputSize;   // what they are told of the input; the output is the destination
-    const CasRange* casRange;  // null but for CAS
+    const Extent* inputSize;   // of what the pass reads; the output is the destination
+    const CasRange* casRange;  // null except for CAS
 };
 
 // One full-screen pass. What all passes have in common is in draw().
@@ -105,7 +106,7 @@ struct Upscaler::Pass {
     const Name* input;  // null: the source buffer
     const Target* target;
     const Extent* size;        // of the target
-    const Uniforms* uniforms;  // null: none but the sampler
+    const Uniforms* uniforms;  // null: only the sampler
 };
 
 // One operation. What all operations have in common is in run().
@@ -115,13 +116,13 @@ struct Upscaler::Operation {
     const char* name;
     const Pass* passes[3];   // in order; null where there is none
     bool clears;             // each target, before its draw
-    bool tracesSteps;        // trace sections around the steps behind the passes
+    bool tracesSteps;        // trace sections around the steps after the passes
     Enum magnification;      // filter of the intermediate textures
-    Flush flush;             // before the dup of the sync's descriptor, or behind the new fence
+    Flush flush;             // before the sync's descriptor is duplicated, or after the new fence
     const Name* deletes[2];  // textures, at the end, in order; null where there is none
 };
 
-// Wide on purpose: tables.
+// These tables are wide on purpose.
 // clang-format off
 struct Upscaler::Table {
 #define NAME(member) {&Upscaler::member, #member}
@@ -137,7 +138,7 @@ struct Upscaler::Table {
     static constexpr Target kDstTarget  = {nullptr,       NAME(mFrameBufferRcas)};
 
     static constexpr CasRange kCasRange  = {1.0f, 5.0f, 8.0f};
-    static constexpr CasRange kCastRange = {20.0f, 75.0f, 120.0f};  // reaches further, on purpose
+    static constexpr CasRange kCastRange = {20.0f, 75.0f, 120.0f};  // a stronger range, on purpose
 
     static void computeEasu(Upscaler&, Call&, const Uniforms&);
     static void computeRcas(Upscaler&, Call&, const Uniforms&);
@@ -168,8 +169,9 @@ struct Upscaler::Table {
     static constexpr auto kBeforeDup = Operation::Flush::BEFORE_DUP;
     static constexpr auto kAfterFence = Operation::Flush::AFTER_FENCE;
 
-    // A row is named like its function. casResize deletes a texture that it never makes, under whatever name the
-    // last fsrResize or neaResize has left in the member: kept, and told to clients in the class comment.
+    // A row is named after its function. casResize deletes a texture that it never makes: the name
+    // that the last fsrResize or neaResize left in the member. This is kept, and the class comment
+    // tells clients about it.
     //  name           passes                                   clears traces magnification     flush        deletes
     static constexpr Operation fsrResize = {
         "fsrResize",   {&kCopyPass, &kEasuPass, &kRcasPass},    true,  true,  ENUM(GL_LINEAR),  kBeforeDup,  {&kEasuTexture, &kCopyTexture}};
@@ -227,7 +229,7 @@ void Upscaler::Table::sendRcas(const Upscaler&, const GfxShader& shader, const C
 void Upscaler::Table::sendCas(const Upscaler& self, const GfxShader& shader, const Call& call,
                               const Uniforms& uniforms) {
     sendSizes(shader, call, uniforms);
-    // The filter without scaling does not read Const0; it is sent all the same, and traces show it.
+    // The filter without scaling does not read Const0. It is sent anyway, and traces show it.
     sendVector(shader, kNames.const0, self.mCasConst0);
     sendVector(shader, kNames.const1, self.mCasConst1);
 }
@@ -242,12 +244,13 @@ UPSCALER_OPERATIONS(DEFINE_OPERATION)
 
 // ---- The frame and the pass that the operations share ----
 
-// From here on, where a function makes GL calls: the log prints their texts as they stand.
+// clang-format is off for functions that make GL calls: the log prints the text of each call as it
+// is written here.
 // clang-format off
 void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                    sp<Fence>* fence) {
-    // The tag is the never-enabled one: a section costs two mask queries and emits nothing. Those that an
-    // operation opens all close when it returns.
+    // The tag is never enabled: a section costs two mask queries and emits nothing. All sections of
+    // an operation close when it returns.
     ScopedTrace trace(ATRACE_TAG, operation.name);
     std::optional<ScopedTrace> stepTraces[4];
     const auto traceStep = [&](size_t step, const char* name) {
@@ -290,7 +293,7 @@ void Upscaler::run(const Operation& operation, sp<GraphicBuffer>& src, sp<Graphi
         UPS_LOGD("syncForReleaseLocked: error dup'ing native fence fd: %#x", eglGetError());
     *fence = sp<Fence>(new Fence(fenceFd));
 
-    // Kept behind the fence in five operations: the order in which traces show them.
+    // Five operations flush after the fence. The order is kept, because traces show it.
     if (operation.flush == Operation::Flush::AFTER_FENCE) GL_CHECK(glFlush());
 
     traceStep(3, "deleteTextures");
@@ -334,7 +337,7 @@ void Upscaler::draw(const Operation& operation, const Pass& pass, Call& call) {
     GL_CHECK_AS(glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target, 0),
                 "glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, %s, 0)", targetText);
     GL_CHECK_AS(glViewport(0, 0, width, height), "glViewport(0, 0, %s, %s)", widthText, heightText);
-    // Bound a second time: kept, traces show it.
+    // The second bind is kept, because traces show it.
     GL_CHECK_AS(glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer), "glBindFramebuffer(GL_FRAMEBUFFER, %s)", frameBufferText);
     GL_CHECK(glDisable(GL_DEPTH_TEST));
     if (operation.clears) {
@@ -359,7 +362,8 @@ void Upscaler::get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& 
     const GLenum texture_target = type == SRC_BUFFER ? GL_TEXTURE_EXTERNAL_OES : GL_TEXTURE_2D;
     UPS_LOGD("%s: texture_target: %s", __func__, type == SRC_BUFFER ? "GL_TEXTURE_EXTERNAL_OES" : "GL_TEXTURE_2D");
 
-    // The role of the buffer is not part of the key: a buffer has one texture, whatever it is bound to.
+    // The role of the buffer is not part of the key: a buffer has one texture, whatever target it
+    // is bound to.
     EGLClientBuffer clientBuffer = buffer->getNativeBuffer();
     const uint64_t key = bufferKey(reinterpret_cast<uintptr_t>(clientBuffer));
     UPS_LOGD("%s: clientBuffer = %p, client buffer to hash=%llu", __func__, clientBuffer,
@@ -383,13 +387,13 @@ void Upscaler::get_texture(sp<GraphicBuffer>& buffer, uint32_t& texture, void*& 
         GL_CHECK(glGenTextures(1, &texture));
         mTextureMap.emplace(key, texture);
         GL_CHECK(glBindTexture(texture_target, texture));
-        // Named as the call text has them.
+        // These have the names that the call text has for them.
         const auto glEGLImageTargetTexture2DOES = mEGLImageTargetTexture2DOES;
         void* const eglImage = image;
         if (glEGLImageTargetTexture2DOES != nullptr) {
             GL_CHECK(glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage));
         } else {
-            // As if the call had been made and had failed.
+            // The log shows what it would if the call had been made and had failed.
             reportGlError(GL_INVALID_OPERATION, kSourcePath, __LINE__, "%s",
                           "glEGLImageTargetTexture2DOES(texture_target, (GLeglImageOES)eglImage)");
         }
@@ -414,7 +418,8 @@ Upscaler::Upscaler()
       mEasuCon0(4), mEasuCon1(4), mEasuCon2(4), mEasuCon3(4), mSpareCon(4), mCasConst0(4), mCasConst1(4) {
     char level[PROPERTY_VALUE_MAX];
     property_get(kLogLevelProperty, level, "0");
-    // What std::stoul throws on a value that is no base-16 number is meant to reach the client.
+    // std::stoul throws if the value is not a base-16 number; the exception is meant to reach the
+    // client.
     setLogLevel(static_cast<uint32_t>(std::stoul(level, nullptr, 16)));
 
     UPS_LOGD(">> %s", __func__);
@@ -430,7 +435,7 @@ Upscaler::~Upscaler() {
 
 void Upscaler::resizeBuffer(sp<GraphicBuffer>&, sp<GraphicBuffer>&) {}
 
-// Each entry point: member, name.
+// The entry points: member and name of each.
 #define EGL_ENTRY_POINTS(X)                                        \
     X(mEGLImageTargetTexture2DOES, "glEGLImageTargetTexture2DOES") \
     X(mEglCreateImageKHR, "eglCreateImageKHR")                     \
@@ -443,8 +448,7 @@ bool Upscaler::initEGL() {
     constexpr EGLint kConfigAttribs[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_ES3_BIT_KHR, EGL_NONE};
     constexpr EGLint kContextAttribs[] = {EGL_CONTEXT_CLIENT_VERSION, 3, EGL_NONE};
 
-    // eglGetError is logged after steps that worked, too: the lines are a trace of the EGL error
-    // state.
+    // eglGetError is also logged after steps that worked: the lines trace the EGL error state.
     UPS_LOGD(">> %s", __func__);
     mEGLDisplay = eglGetDisplay(EGL_DEFAULT_DISPLAY);
     UPS_LOGD("%s: eglGetDisplay error code=0x%x", __func__, eglGetError());
@@ -461,8 +465,7 @@ bool Upscaler::initEGL() {
     }
     UPS_LOGD("%s: eglInitialize error code=0x%x", __func__, eglGetError());
 
-    // No config is a valid outcome on a platform without surfaces: the context is then made with
-    // none.
+    // On a platform without surfaces there may be no config. The context is then made without one.
     EGLConfig config = nullptr;
     EGLint configCount = 0;
     if (!eglChooseConfig(mEGLDisplay, kConfigAttribs, &config, 1, &configCount)) {
@@ -521,7 +524,7 @@ void Upscaler::initOpenGL() {
     if (!mCopyShaderP) {
         UPS_LOGD("%s: start creating copy shader program", __func__);
         mCopyShaderP = std::make_unique<GfxShader>(kFullScreenVertex, kCopyExternalFragment);
-        // Goes with the copy program: its own slot is not asked.
+        // This program is made together with the copy program; its own slot is not tested.
         mUpscalerShaderP = std::make_unique<GfxShader>(kFullScreenVertex, kCopy2dFragment);
         UPS_LOGD("%s: copy shader program ID in mGfxShaderP: %d", __func__, mCopyShaderP->getID());
         UPS_LOGD("%s: upscaler shader program ID in mGfxShaderP: %d", __func__, mUpscalerShaderP->getID());
@@ -539,7 +542,8 @@ void Upscaler::initOpenGL() {
     if (!mRcasShaderP) {
         UPS_LOGD("%s: start creating rcas shader program", __func__);
         mRcasShaderP = std::make_unique<GfxShader>(kFullScreenVertex, kRcasFragment);
-        // The EASU program's line and ID a second time, not this program's: log readers match it.
+        // This logs the EASU program's line and ID a second time, not this program's: log readers
+        // match it.
         UPS_LOGD("%s: easu shader program ID in mGfxShaderP: %d", __func__, mEasuShaderP->getID());
     }
 #define MAKE_CAS_PROGRAM(slot, fragment)                                                    \
@@ -560,10 +564,10 @@ void Upscaler::initOpenGL() {
     if (mQuadVAO == 0) GL_CHECK(glGenVertexArrays(1, &mQuadVAO));
     if (mQuadVBO == 0) GL_CHECK(glGenBuffers(1, &mQuadVBO));
 
-    // No shader reads the quad's attributes; they are set up and bound all the same.
+    // No shader reads the quad's attributes. They are set up and bound anyway.
     GL_CHECK(glBindVertexArray(mQuadVAO));
     GL_CHECK(glBindBuffer(GL_ARRAY_BUFFER, mQuadVBO));
-    // The text is not to gain a cast.
+    // A cast would change the text that the log prints.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wsign-conversion"
     GL_CHECK(glBufferData(GL_ARRAY_BUFFER, sizeof(float)*mQuadVertices.size(), mQuadVertices.data(), GL_STATIC_DRAW));
@@ -578,7 +582,7 @@ void Upscaler::initOpenGL() {
 
 void Upscaler::clearOpenGLResources() {
     UPS_LOGD(">> %s", __func__);
-    // The one GL call that is not checked.
+    // This is the one GL call without a check.
     for (const auto& entry : mTextureMap) glDeleteTextures(1, &entry.second);
     mTextureMap.clear();
     for (void* image : mEglImageList) {
@@ -587,7 +591,7 @@ void Upscaler::clearOpenGLResources() {
     }
     mEglImageList.clear();
 
-    // The names stay in the members: a cleared object is not set up again.
+    // The names stay in the members: a cleared object cannot be set up again.
     if (mQuadVAO != 0) GL_CHECK(glDeleteVertexArrays(1, &mQuadVAO));
     if (mQuadVBO != 0) GL_CHECK(glDeleteBuffers(1, &mQuadVBO));
     if (mTextureColorEasu != 0) GL_CHECK(glDeleteTextures(1, &mTextureColorEasu));

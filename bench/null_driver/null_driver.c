@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// A driver that does nothing, fast: what the library itself costs is left over. These functions
-// have to return something for the library and the host to go on; all others are generated.
+// A driver that does nothing, fast, so that only the cost of the library itself is left. These
+// functions have to return something for the library and the host to go on. All others are
+// generated.
 #define EGL_EGLEXT_PROTOTYPES
 #define GL_GLEXT_PROTOTYPES
 #include <EGL/egl.h>
@@ -56,7 +57,8 @@ EGLBoolean eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read,
 EGLint eglGetError(void) {
     return EGL_SUCCESS;
 }
-// With native fences of its own, so that the host passes them on. -1: none is needed.
+// The driver claims native fences, so that the host passes them on. -1 means that no fence is
+// needed.
 const char* eglQueryString(EGLDisplay display, EGLint name) {
     (void)display, (void)name;
     return "EGL_ANDROID_native_fence_sync";

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// GPU rescaling and sharpening of Android graphic buffers: the whole interface of libupscaler.
+/// GPU rescaling and sharpening of Android graphic buffers. This header is the whole interface of
+/// libupscaler.
 ///
-/// On Linux the same header is used with the graphics types that libupscaler_host provides.
+/// On Linux the same header works with the graphics types that libupscaler_host provides.
 #ifndef UPSCALER_UPSCALER_H
 #define UPSCALER_UPSCALER_H
 
@@ -24,61 +25,62 @@
 #include <utility>
 #include <vector>
 
-/// Marks what libupscaler exports; all else in the library is hidden.
+/// Marks what libupscaler exports. Everything else in the library is hidden.
 #define UPSCALER_API __attribute__((visibility("default")))
 
 namespace android {
 
-/// Mask of the library's log. Debug lines (priority 3) are written only while bits 0x20 and 0x01
-/// are both set; error lines (priority 6) are always written. All lines carry the tag "Upscaler".
+/// The mask of the library's log. Debug lines (priority 3) are only written while bits 0x20 and
+/// 0x01 are both set; error lines (priority 6) are always written. All lines have the tag
+/// "Upscaler".
 ///
-/// Every `Upscaler` constructed overwrites it from the system property
-/// "debug.vardi.display.ups.enable"; it is 0 before that. A plain variable, read anew at each line
-/// and without synchronisation.
+/// The mask starts at 0. Each construction of an `Upscaler` overwrites it from the system property
+/// "debug.vardi.display.ups.enable". It is a plain variable, which is read again for each line,
+/// without synchronisation.
 UPSCALER_API extern uint32_t resizeBufferLogLevel;
 
-/// Names a GL error code, as the log prints it.
+/// Returns the name that the log prints for a GL error code.
 /// @param error a value that `glGetError` returned.
-/// @return a constant, never null; "unknown error" for a code without a name, which deliberately
-///     includes GL_INVALID_FRAMEBUFFER_OPERATION. Not to be freed. Any thread.
+/// @return a constant, never null, not to be freed. A code without a name gives "unknown error",
+/// and
+///     so does GL_INVALID_FRAMEBUFFER_OPERATION, on purpose. May be called on any thread.
 UPSCALER_API const char* opengl_errno_name(unsigned int error);
 
-/// Reads one pending GL error of the current context and, if there is one, logs it as
-/// "glGetError failed PATH: LINE: CALL failed: NAME". Further queued errors wait for the next
-/// check.
+/// Reads one pending GL error of the current context. If there is one, it is logged as "glGetError
+/// failed PATH: LINE: CALL failed: NAME". Further errors stay for the next check.
 /// @param path source path of the call, not null. @param line its line. @param call the text of the
-///     call, not null. The strings are only read during this call.
-/// Call it on the thread whose context is to be asked. Never fails, never changes the course.
+///     call, not null, of any length. The strings are only read during this call.
+/// Call it on the thread whose context is meant. It never fails.
 UPSCALER_API void opengl_check_error(const char* path, int line, const char* call);
 
 /// A linked GLSL program and the setters of its uniforms.
 ///
-/// Nothing is reported to the caller: a source that does not compile or link is logged (error
-/// lines, with the driver's info log) and the object still holds whatever name `glCreateProgram`
-/// gave, 0 without a current context. Deleting a `GfxShader` does not delete the GL program; the
-/// program goes with its context. Every member is to be called on the thread on which the
-/// program's context is current; there are no locks.
+/// Nothing is reported to the caller. If a source does not compile or link, error lines with the
+/// driver's info log are written, and the object still holds the name that `glCreateProgram` gave:
+/// 0 without a current context. Deleting a `GfxShader` does not delete the GL program, which lives
+/// as long as its context. Call every member on the thread on which the program's context is
+/// current. There are no locks.
 class GfxShader {
   public:
-    /// Compiles and links a program. Both sources are whole GLSL ES texts, "#version" line
-    /// included, and are only read during this call. Throws nothing of its own; std::bad_alloc and,
-    /// should a driver report a negative log length, std::length_error can pass through.
+    /// Compiles and links a program. Both sources are whole GLSL ES texts with their "#version"
+    /// line, and are only read during this call. It can throw std::bad_alloc and, if a driver
+    /// reports a negative log length, std::length_error.
     UPSCALER_API GfxShader(const std::string& vertexSource, const std::string& fragmentSource);
 
-    /// What the constructor does: makes the program and keeps its name. A second call makes a
-    /// second program and forgets the first one's name. Errors as for the constructor.
+    /// Does the constructor's work: makes the program and keeps its name. A second call makes a
+    /// second program and forgets the name of the first. It can throw what the constructor throws.
     UPSCALER_API void InitShader(const std::string& vertexSource,
                                  const std::string& fragmentSource);
 
-    /// The GL program name, owned by the context; 0 if none could be made.
+    /// Returns the GL program name, which the context owns; 0 if no program could be made.
     UPSCALER_API unsigned int getID() const;
 
     /// Makes the program current (`glUseProgram`). A GL error is logged.
     UPSCALER_API void use() const;
 
-    /// Sets an int or sampler uniform. As with all four setters: call `use` first, since the value
-    /// goes to the program in use; a name that the program does not have is ignored by GL (location
-    /// -1, no error); a GL error is logged. `name` is only read during this call.
+    /// Sets an int or sampler uniform. For all four setters: call `use` first, because the value
+    /// goes to the program in use. GL ignores a name that the program does not have (location -1,
+    /// no error). A GL error is logged. `name` is only read during this call.
     UPSCALER_API void setInt(const std::string& name, int value) const;
     /// Sets a float uniform; see `setInt`.
     UPSCALER_API void setFloat(const std::string& name, float value) const;
@@ -88,131 +90,132 @@ class GfxShader {
     UPSCALER_API void setUvec4(const std::string& name, unsigned int x, unsigned int y,
                                unsigned int z, unsigned int w) const;
 
-    /// Logs the outcome of a compilation or of a link: an error line with the driver's info log on
+    /// Logs the result of a compilation or of a link: an error line with the driver's info log on
     /// failure, a debug line on success.
     /// @param shader a shader's name or, with type "PROGRAM", a program's.
-    /// @param type "PROGRAM" asks for the link status; any other text is taken for a kind of
-    /// shader. Throws as the constructor does.
+    /// @param type "PROGRAM" asks for the link status; any other text stands for a kind of shader.
+    /// It can throw what the constructor throws.
     UPSCALER_API void checkCompileErrors(unsigned int shader, std::string type);
 
   private:
     unsigned int ID;
 };
 
-/// Rescales and sharpens graphic buffers on the GPU with one of six operations.
+/// Rescales and sharpens graphic buffers on the GPU with one of its operations.
 ///
-/// The object owns a private EGL display and OpenGL ES 3 context without a surface, nine compiled
-/// programs, and a cache of every buffer it has seen. What an integrator has to know:
+/// The object owns a private EGL display, an OpenGL ES 3 context without a surface, its compiled
+/// programs, and a cache of every buffer it has seen. An integrator has to know:
 ///
 /// - **Nothing is reported to the caller.** No operation returns a status or throws. Failures go to
 ///   the log (tag "Upscaler"), and work goes on after a failed step, so a bad call can leave the
-///   destination unwritten. Only the fence tells something: an invalid one means that none could be
-///   made.
+///   destination unwritten. Only the fence tells the caller something: an invalid one means that
+///   none could be made.
 /// - **One thread.** The constructor makes the context current on its own thread, once. Every later
 ///   call on the object, teardown included, has to come from that thread, and nothing else may make
 ///   another context current on it meanwhile. There are no locks. Fences may go to any thread.
 /// - **Buffers come from a fixed pool.** The first use of a buffer imports it as an EGL image, and
 ///   the image keeps the buffer alive. The cache never forgets: each new buffer costs an image and
 ///   a texture until `clearOpenGLResources`.
-/// - **A buffer has one role.** Use a given buffer always as source or always as destination; the
+/// - **A buffer has one role.** Use a given buffer always as source or always as destination. The
 ///   cache does not tell the roles apart, and a texture of one kind cannot be bound as the other.
 /// - **Import all buffers first.** `casResize` deletes the texture name that the last `fsrResize`
-///   or `neaResize` left behind. GL may have given that name to a buffer imported since, and the
-///   buffer then loses its texture. Buffers that were used before the first `fsrResize` or
-///   `neaResize` are safe, so run one cheap operation that is neither (say `casSharpen`) over each
-///   pair at start.
+///   or `neaResize` left behind. GL may have given that name to a buffer that was imported since,
+///   and that buffer then loses its texture. Buffers that were used before the first `fsrResize` or
+///   `neaResize` are safe, so run a cheap operation that is neither of them (for example
+///   `casSharpen`) on each pair at the start.
 /// - **Teardown** is `clearOpenGLResources`, then `destroyEGL`, both on the constructing thread,
-///   and then deletion. The destructor makes no GL or EGL call: without the first two, images,
-///   textures, context and display connection leak.
+///   and then deletion. The destructor makes no GL or EGL call: without the first two calls the
+///   images, the textures, the context and the display connection leak.
 /// - **A cleared object cannot be set up again**: it keeps the deleted names, and `initOpenGL`
-///   makes only what has no name. Construct a new one.
+///   only makes what has no name. Construct a new object.
 ///
-/// The six operations share their parameters:
-/// - `src`, `dst`: the buffers, of any size (in pixels) and of any format the driver can import;
-///   the sampled colour is taken as it is stored, with no transfer function applied. Row 0 stays
-///   row 0. Alpha is not carried over: every pixel of `dst` is written, with alpha 1. If either is
-///   empty, an error line is written and nothing else happens: `*fence` stays as it was. Neither is
-///   owned beyond the image that the cache holds.
-/// - `sharpness`: in the operation's own scale.
-/// - `fence`: not null. Replaced by a new fence that signals when the GPU has finished writing
-///   `dst`, or by an invalid `Fence` if none could be made. The caller owns it.
+/// All operations have the same parameters:
+/// - `src`, `dst`: the buffers, of any size (in pixels) and of any format that the driver can
+///   import. Colours are sampled as they are stored, without a transfer function. Row 0 stays row
+///   0. Every pixel of `dst` is written, with alpha 1; the alpha of `src` is dropped. If a pointer
+///   is empty, an error line is written and nothing else happens: `*fence` stays as it was. The
+///   library does not own the buffers beyond the images that the cache holds.
+/// - `sharpness`: on the operation's own scale.
+/// - `fence`: not null. `*fence` is replaced by a new fence that signals when the GPU has finished
+///   writing `dst`, or by an invalid `Fence` if none could be made. The caller owns it.
 ///
-/// Each returns at once and never waits for the GPU. Wait for `*fence` before reading `dst` or
-/// writing `src`.
+/// An operation returns at once and never waits for the GPU. Wait for `*fence` before you read
+/// `dst` or write `src`.
 class Upscaler {
   public:
-    /// Reads the log property, opens the display and context and builds the programs; makes the
-    /// context current on the calling thread. Failures are logged and construction goes on.
+    /// Reads the log property, opens the display and the context, makes the context current on the
+    /// calling thread and builds the programs. Failures are logged, and construction goes on.
     /// @throws std::invalid_argument if the property "debug.vardi.display.ups.enable" holds no
     ///     base-16 number, std::out_of_range if the number is too large; std::bad_alloc.
     UPSCALER_API Upscaler();
 
-    /// Frees memory only; see the class comment for the teardown that has to come before. Any
-    /// thread, once no other call is running.
+    /// Only frees memory; the class comment describes the teardown that has to come first. May run
+    /// on any thread, once no other call is running.
     UPSCALER_API ~Upscaler();
 
     Upscaler(const Upscaler&) = delete;
     Upscaler& operator=(const Upscaler&) = delete;
 
-    /// Does nothing, with any arguments; kept because clients link to it.
+    /// Does nothing, whatever the arguments. It is kept because clients link to it.
     UPSCALER_API void resizeBuffer(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst);
 
     /// Opens the default display, makes a context current on the calling thread and fetches the
-    /// extension entry points. The constructor has called it.
-    /// @return false if a step failed; the step is logged and what was made before it stays.
+    /// extension entry points. The constructor has already called it.
+    /// @return false if a step failed. The step is logged, and what was made before it stays.
     UPSCALER_API bool initEGL();
 
-    /// Releases the context and the display and the calling thread's EGL state. Safe when nothing
-    /// was made, and to call twice. Constructing thread only, after `clearOpenGLResources`.
+    /// Releases the context, the display and the calling thread's EGL state. It may be called when
+    /// nothing was made, and twice. Call it on the constructing thread, after
+    /// `clearOpenGLResources`.
     UPSCALER_API void destroyEGL();
 
-    /// Builds what is not there yet of programs, framebuffers and quad, then sets the quad up
-    /// again. The constructor has called it. Needs the context current. Failures are logged.
+    /// Builds the programs, framebuffers and quad that do not exist yet, then sets the quad up
+    /// again. The constructor has already called it. The context has to be current. Failures are
+    /// logged.
     UPSCALER_API void initOpenGL();
 
-    /// Deletes the cached textures, the EGL images (and with them the hold on every buffer), the
-    /// framebuffers and the quad. Constructing thread only, context current. GL errors are logged.
-    /// The object cannot be used for operations afterwards.
+    /// Deletes the cached textures, the EGL images (which releases every buffer), the framebuffers
+    /// and the quad. Call it on the constructing thread, with the context current. GL errors are
+    /// logged. Afterwards the object cannot be used for operations.
     UPSCALER_API void clearOpenGLResources();
 
     /// Upscales with AMD FidelityFX Super Resolution 1.0: edge-adaptive upsampling (EASU) to the
     /// size of `dst`, then robust contrast-adaptive sharpening (RCAS).
-    /// @param sharpness in stops: 0 is strongest, each +1 halves it. Not clamped; a negative value
-    ///     sharpens beyond the published maximum.
+    /// @param sharpness in stops: 0 is the strongest, and each +1 halves it. It is not clamped: a
+    ///     negative value sharpens beyond the published maximum.
     UPSCALER_API void fsrResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                                 sp<Fence>* fence);
 
-    /// Resamples by nearest texel to the size of `dst`, then sharpens with RCAS of AMD FidelityFX
-    /// Super Resolution 1.0.
+    /// Takes the nearest source pixel for each pixel of `dst`, then sharpens with the RCAS of AMD
+    /// FidelityFX Super Resolution 1.0.
     /// @param sharpness as for `fsrResize`.
     UPSCALER_API void neaResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                                 sp<Fence>* fence);
 
-    /// Sharpens with AMD FidelityFX Contrast Adaptive Sharpening, without scaling of its own: if
-    /// the sizes differ, the source sampler's filter (linear) brings `src` to the size of `dst`
-    /// first.
-    /// @param sharpness 1 is weakest, 0 strongest; clamped to 0..1.
+    /// Sharpens with AMD FidelityFX Contrast Adaptive Sharpening, without scaling. If the sizes
+    /// differ, the linear filter of the source sampler first brings `src` to the size of `dst`.
+    /// @param sharpness 1 is the weakest, 0 the strongest; it is clamped to 0..1.
     UPSCALER_API void casSharpen(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                                  sp<Fence>* fence);
 
     /// Scales and sharpens in one 12-tap pass of AMD FidelityFX Contrast Adaptive Sharpening.
-    /// @param sharpness 1 is weakest, 0 strongest; clamped to 0..1.
+    /// @param sharpness 1 is the weakest, 0 the strongest; it is clamped to 0..1.
     UPSCALER_API void casResize(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                                 sp<Fence>* fence);
 
     /// As `casResize`, but on the value channel of an HSV copy only; hue and saturation are taken
     /// from the nearest source pixel.
-    /// @param sharpness 1 is weakest, 0 strongest; clamped to 0..1.
+    /// @param sharpness 1 is the weakest, 0 the strongest; it is clamped to 0..1.
     UPSCALER_API void casvUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                                   sp<Fence>* fence);
 
     /// As `casResize`, with 8 taps, medium-precision arithmetic and a stronger range of sharpening.
-    /// @param sharpness 1 is weakest, 0 strongest; clamped to 0..1.
+    /// @param sharpness 1 is the weakest, 0 the strongest; it is clamped to 0..1.
     UPSCALER_API void casTUpscale(sp<GraphicBuffer>& src, sp<GraphicBuffer>& dst, float sharpness,
                                   sp<Fence>* fence);
 
   private:
-    friend class UpscalerPeer;  // The tests' view of the members.
+    friend class UpscalerPeer;  // gives tests access to the members
 
     enum BufferType {
         SRC_BUFFER = 0,  // GL_TEXTURE_EXTERNAL_OES
@@ -267,12 +270,13 @@ class Upscaler {
     PFNEGLWAITSYNCKHRPROC mEglWaitSyncKHR = nullptr;    // for layout
     [[maybe_unused]] void* mReservedPointer = nullptr;  // for layout
 
-    // Texture by native buffer, and the images behind them; both only grow until cleared.
+    // The texture of each native buffer, and the images of the textures. Both grow until they are
+    // cleared.
     std::unordered_map<uint64_t, uint32_t> mTextureMap;
     std::list<void*> mEglImageList;
     std::unordered_map<uint64_t, std::pair<uint32_t, void*>> mTextureImageMap;  // for layout
 
-    // Four elements each, for the life of the object.
+    // Each has four elements for the life of the object.
     std::vector<float> mEasuCon0;
     std::vector<float> mEasuCon1;
     std::vector<float> mEasuCon2;

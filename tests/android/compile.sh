@@ -29,7 +29,7 @@ flags=$(strings libupscaler_defaults cflags; strings libupscaler_defaults cppfla
 sources() { # MODULE
     strings "$1" srcs | while read -r pattern; do printf '%s\n' $pattern; done
 }
-# Newer trees can switch off that a plain pointer becomes an sp by itself; older headers are changed to the same end.
+# Newer platform trees can switch off implicit construction of sp. Older headers are edited to the same effect.
 mkdir -p "$work/include/utils"
 sed -E 's/ sp\([TU]\* other\);/ explicit&/; s/sp& operator = \([TU]\* other\);/[[deprecated]] &/' \
     /usr/include/android/utils/StrongPointer.h >"$work/include/utils/StrongPointer.h"
@@ -58,7 +58,7 @@ for source in $(sources libupscaler_test) $(sources libupscaler_benchmark); do
     "${compile[@]}" -I"$(strings libupscaler_test local_include_dirs)" -fsyntax-only "$source"
 done
 
-# A device may trap on unsigned overflow, which the key's hash is made of.
+# A device may trap on unsigned overflow, on which the hash of the key relies.
 "${compile[@]}" -fsanitize=unsigned-integer-overflow -S -emit-llvm upscaler/upscaler.cpp -o "$work/key.ll"
 awk '/^define .*bufferKey/ { on = 1; found = 1 } on && /with\.overflow/ { bad = 1 } /^}/ { on = 0 }
     END { exit bad || !found }' "$work/key.ll" || { echo "bufferKey is not exempt from the overflow check" >&2; exit 1; }

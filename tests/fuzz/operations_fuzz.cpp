@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Sequences of calls as the bytes have them, valid or not. An operation may do nothing worse than
-// log: without a buffer it leaves the fence alone, and otherwise gives one that ends.
+// The bytes choose a sequence of calls, valid or not. An operation may do nothing worse than log:
+// without a buffer it leaves the fence alone, and otherwise it returns a fence that signals.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdlib>
@@ -19,11 +19,12 @@ constexpr PixelFormat kFormats[] = {PIXEL_FORMAT_RGBA_8888, PIXEL_FORMAT_RGBX_88
                                     PIXEL_FORMAT_RGBA_FP16, PIXEL_FORMAT_UNKNOWN};
 
 void play(FuzzedDataProvider& bytes) {
-    // Construction is dear, so inputs share an object; its cache never forgets, so not for ever.
+    // Construction is expensive, so inputs share an object. Its cache never forgets, so it is
+    // replaced now and then.
     static std::optional<test::OwnedUpscaler> upscaler;
     static size_t uses = 0;
     if (uses++ % 100 == 0) upscaler.emplace();
-    std::vector<sp<GraphicBuffer>> buffers(1);  // The first is none.
+    std::vector<sp<GraphicBuffer>> buffers(1);  // The first is an empty pointer.
     const auto any = [&]() -> sp<GraphicBuffer>& {
         return buffers[bytes.ConsumeIntegralInRange<size_t>(0, buffers.size() - 1)];
     };

@@ -12,7 +12,7 @@
 
 namespace reference {
 
-/// On each driver that the tests run on.
+/// For each driver that the tests run on.
 struct Tolerances {
     Tolerance llvmpipe;
     Tolerance swiftShader;
@@ -31,7 +31,7 @@ struct Operation {
     std::vector<Setting> settings;
 };
 
-/// Throws if there is none: each operation is to have one.
+/// Throws if there is none: every operation has to have one.
 const Operation& operationOf(const std::string& name);
 
 }  // namespace reference

@@ -44,7 +44,7 @@ ${call}(value_location, value)
                    {"detail", detail}});
 }
 
-// Of setFloat's detail line only the words are promised.
+// Log readers match only the words of setFloat's detail line.
 Script setFloat(const std::string& name, const std::string& value) {
     return scalar("setFloat", "glUniform1f", name, value, "*");
 }
@@ -86,7 +86,7 @@ Script setVec4(const std::string& name, const Vector& v) {
                   "{x:f}, y: {y:f}, z: {z:f}, w: {w:f}, value_location: {value_location}");
 }
 
-// Of setUvec4's detail line only the words are promised.
+// Log readers match only the words of setUvec4's detail line.
 Script setUvec4(const std::string& name, const Vector& v) {
     return vector("setUvec4", "glUniform4ui", name, v, "*");
 }
@@ -223,7 +223,7 @@ eglDestroySyncKHR(mEGLDisplay, sync)
 // ---- The operations ----
 
 const Vector kSizes = {"24", "16", "48", "64"};
-// What CAS is told of these sizes.
+// The first constant vector of CAS for these sizes.
 const Vector kConst0 = {"bits:0.5", "bits:0.25", "bits:-0.25", "bits:-0.375"};
 
 Script rcas(const std::string& scale) {
@@ -402,7 +402,7 @@ eglGetProcAddress("eglWaitSyncKHR")
 | initOpenGL: easu shader program ID in mGfxShaderP: {mEasuShaderP}
 | initOpenGL: start creating rcas shader program
 )") + program("mRcasShaderP");
-    // The EASU program's ID, a second time.
+    // The EASU program's ID is logged a second time.
     script += Script("| initOpenGL: easu shader program ID in mGfxShaderP: {mEasuShaderP}");
     for (const std::string slot : {"mCasUpscaleShaderP", "mCasTUpscaleShaderP",
                                    "mCasVUpscaleFloatShaderP", "mCasSharpenShaderP"}) {

@@ -17,12 +17,12 @@ struct ExpectedOperation {
     Script (*script)(bool isHit);
 };
 
-// Throws if there is none: each operation is to have one.
+// Throws if there is none: every operation has to have one.
 const ExpectedOperation& expectedOf(const std::string& operation);
 
 Script construction();
 Script program(const std::string& member);
-// What initOpenGL makes besides programs, and the rest of it, which it always does.
+// What initOpenGL makes besides programs, and the set-up of the quad, which it always does.
 Script objects();
 Script quad();
 // With a source and a destination in the cache, or with none.

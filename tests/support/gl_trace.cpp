@@ -4,7 +4,7 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GLES3/gl32.h>
-// After the header whose types it uses.
+// This header uses types of the one above.
 #include <GLES2/gl2ext.h>
 #include <dlfcn.h>
 
@@ -22,7 +22,7 @@ namespace {
 thread_local GlTrace* tActive = nullptr;
 thread_local int tDepth = 0;
 
-// While one of the functions below is at work.
+// Lives while one of the functions below runs.
 struct Nested {
     Nested() { ++tDepth; }
     ~Nested() { --tDepth; }
@@ -36,7 +36,7 @@ struct Enum {
 
 #define NAMED(constant) \
     { constant, #constant }
-// Those that the library uses. Values do not repeat.
+// The constants that the library uses. No two have the same value.
 constexpr std::pair<GLenum, const char*> kConstants[] = {NAMED(GL_FALSE),
                                                          NAMED(GL_TRUE),
                                                          NAMED(GL_TRIANGLES),
@@ -68,7 +68,7 @@ constexpr std::pair<GLenum, const char*> kConstants[] = {NAMED(GL_FALSE),
                                                          NAMED(EGL_SYNC_NATIVE_FENCE_ANDROID)};
 #undef NAMED
 
-// As GlCall has it.
+// Formats a value as GlCall describes.
 template <typename T>
 std::string shown(T value) {
     std::ostringstream out;
@@ -102,7 +102,7 @@ Result failed(intptr_t value) {
         return static_cast<Result>(value);
 }
 
-// Notes the call, then makes it or lets it fail.
+// Records the call, and makes it or lets it fail.
 template <typename Result, typename... Parameters, typename... Arguments>
 Result forward(const char* name, Result (*real)(Parameters...), intptr_t usualFailure,
                const std::tuple<Arguments...>& arguments) {
@@ -121,7 +121,7 @@ Result forward(const char* name, Result (*real)(Parameters...), intptr_t usualFa
             return std::vector<std::string>{shown(values)...};
         };
         trace->note({name, std::apply(texts, arguments), result, followsArithmetic});
-        GlTrace::takeArithmetic();  // The driver's own.
+        GlTrace::takeArithmetic();  // The driver may compute, too.
     };
     if constexpr (std::is_void_v<Result>) {
         make();
@@ -133,7 +133,7 @@ Result forward(const char* name, Result (*real)(Parameters...), intptr_t usualFa
     }
 }
 
-// The function of this name that would have been called without us.
+// The function of this name that would be called without this file.
 template <typename Function>
 Function next(const char* name) {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
@@ -219,7 +219,7 @@ using android::test::next;
     }
 #define HOOK(Result, name, parameters, arguments) \
     HOOK_AS(name, #name, Result, 0, parameters, arguments)
-// One that the host answers on this platform.
+// A function that the host provides on this platform.
 #define HOOK_HOST(Result, name, failed, parameters, arguments) \
     VISIBLE Result __wrap_##name parameters;                   \
     HOOK_AS(__wrap_##name, #name, Result, failed, parameters, arguments)
@@ -268,7 +268,7 @@ HOOK(void, glClearColor, (GLfloat red, GLfloat green, GLfloat blue, GLfloat alph
 HOOK(void, glClear, (GLbitfield mask), (Enum{mask}))
 HOOK(void, glDrawArrays, (GLenum mode, GLint first, GLsizei count), (Enum{mode}, first, count))
 HOOK(void, glFlush, (void), ())
-// Never to be seen.
+// The library must never call these.
 HOOK(void, glFinish, (void), ())
 HOOK(void, glActiveTexture, (GLenum texture), (Enum{texture}))
 HOOK(GLenum, glClientWaitSync, (GLsync sync, GLbitfield flags, GLuint64 timeout), (sync, Enum{flags}, timeout))
@@ -298,7 +298,7 @@ static AnyFunction realEntryPoint(const char* name) {
     return real(name);
 }
 
-// Those that the library fetches by name: result, name, parameters, arguments
+// Functions that the library fetches by name: result, name, parameters, arguments
 // clang-format off
 #define FETCHED_FUNCTIONS(X) \
     X(void, glEGLImageTargetTexture2DOES, (GLenum target, GLeglImageOES image), (Enum{target}, image)) \

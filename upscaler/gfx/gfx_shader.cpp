@@ -10,10 +10,10 @@ namespace {
 
 constexpr char kSourcePath[] = "multimedia/display/upsservice/upscaler/gfx/gfx_shader";
 
-// Zeroes for an info log of `length` and a terminator. A driver that reports less than -1 makes the
-// vector throw; one that reports -1 still gets a terminated string.
+// Returns zeroes for an info log of `length` and its terminator. If a driver reports less than -1,
+// the vector throws; if it reports -1, the string is still terminated.
 std::vector<char> infoLogBuffer(GLint length) {
-    // In a type where neither step overflows: a device may trap on that.
+    // Computed in a type in which neither step overflows: a device may trap on overflow.
     std::vector<char> buffer(static_cast<size_t>(int64_t{length} + 1));
     if (buffer.empty()) buffer.push_back('\0');
     return buffer;
@@ -28,7 +28,7 @@ GfxShader::GfxShader(const std::string& vertexSource, const std::string& fragmen
     UPS_LOGD("%s: Finish outter constructor of GfxShader", __func__);
 }
 
-// The log prints the text of each GL call as it stands.
+// The log prints the text of each GL call as it is written here.
 // clang-format off
 void GfxShader::InitShader(const std::string& vertexSource, const std::string& fragmentSource) {
     const char* vShaderCode = vertexSource.c_str();

@@ -6,17 +6,17 @@
 
 namespace android {
 
-// Writes the error line for `error` at the given call. The call's text is printf-style, so that a
-// text with parts that vary is put together only once there is an error to report.
+// Writes the error line for `error` at the given call. The call's text is a printf-style format, so
+// that a text with variable parts is only built when there is an error to report.
 void reportGlError(GLenum error, const char* path, int line, const char* textFormat, ...)
         __attribute__((format(printf, 4, 5), cold));
 
 }  // namespace android
 
-// Makes a GL call and reads one error at once. The file that uses it defines kSourcePath, the path
-// that the log prints. The text is the call as it stands in the source: log readers match it, so
-// these lines are fenced off from clang-format, NULL stays NULL, and nothing may wrap GL_CHECK in
-// a second macro (that would print GL_TEXTURE_2D as 0x0DE1).
+// Makes a GL call and then reads one error. The file that uses it defines kSourcePath, the path
+// that the log prints. The text is the call as it is written in the source, and log readers match
+// it. So clang-format is off for these lines, NULL stays NULL, and no second macro may wrap
+// GL_CHECK: it would print GL_TEXTURE_2D as 0x0DE1.
 #define GL_CHECK(call) GL_CHECK_AS(call, "%s", #call)
 
 // The same for a call whose text names what its arguments stand for.

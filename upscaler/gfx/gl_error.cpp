@@ -33,7 +33,7 @@ const char* errorName(GLenum error) {
 
 void logGlError(GLenum error, const char* path, int line, const char* call) {
     constexpr char kFormat[] = "glGetError failed %s: %d: %s failed: %s \n";
-    // __android_log_print cuts a line there, __android_log_write does not.
+    // __android_log_print cuts a line at this length; __android_log_write does not.
     constexpr int kPrintLimit = 1023;
     const char* const name = errorName(error);
     const int length = snprintf(nullptr, 0, kFormat, path, line, call, name);
@@ -45,7 +45,7 @@ void logGlError(GLenum error, const char* path, int line, const char* call) {
             __android_log_write(ANDROID_LOG_ERROR, kLogTag, text.get());
             return;
         }
-        // Without memory, what fits.
+        // There is no memory for the whole line: the line below is cut.
     }
     UPS_LOGE(kFormat, path, line, call, name);
 }
@@ -62,7 +62,7 @@ void opengl_check_error(const char* path, int line, const char* call) {
 }
 
 void reportGlError(GLenum error, const char* path, int line, const char* textFormat, ...) {
-    char call[512];  // More than the longest text of the library's own calls.
+    char call[512];  // longer than any text of the library's own calls
     va_list arguments;
     va_start(arguments, textFormat);
     vsnprintf(call, sizeof(call), textFormat, arguments);

@@ -10,11 +10,11 @@ namespace android {
 
 constexpr char kLogTag[] = "Upscaler";
 
-// Both bits are needed: either alone keeps the log quiet.
+// Both bits have to be set: with only one of them the log stays quiet.
 constexpr uint32_t kDebugLogMask = 0x21;
 
-// Objects on several threads share the level, which clients see as a plain variable: the library
-// itself reads and writes it in one piece.
+// Objects on several threads share the level. Clients see a plain variable; the library itself
+// reads and writes it atomically.
 inline bool debugLogIsOn() {
     return (__atomic_load_n(&resizeBufferLogLevel, __ATOMIC_RELAXED) & kDebugLogMask) ==
            kDebugLogMask;
@@ -25,7 +25,7 @@ inline void setLogLevel(uint32_t level) {
 
 }  // namespace android
 
-// The arguments are evaluated only when the line is written: some of them ask GL or EGL.
+// The arguments are only evaluated when the line is written: some of them query GL or EGL.
 #define UPS_LOGD(...)                                                                \
     do {                                                                             \
         if (::android::debugLogIsOn())                                               \

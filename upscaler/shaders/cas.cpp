@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// AMD FidelityFX Contrast Adaptive Sharpening: one filter without scaling and three with. Each
-// source is a head, the functions that all share, its own filter and, but for the value channel,
-// the main function that the others share.
+// AMD FidelityFX Contrast Adaptive Sharpening: one filter without scaling and three with it. Each
+// source has a head, the functions that all sources share, and a filter of its own. The filter of
+// the value channel has its own main function; the others share one.
 #include <string>
 
 #include "upscaler/shaders/shaders.h"
@@ -21,7 +21,7 @@ precision mediump float;
 in highp vec2 v_TexCoord;
 )glsl";
 
-// The approximations are the published bit tricks, not to be replaced by sqrt or a division.
+// The approximations are the published bit tricks. Do not replace them by sqrt or a division.
 constexpr char kShared[] = R"glsl(
 out highp vec4 OutColor;
 uniform highp uvec4 Const0;
@@ -33,14 +33,14 @@ vec2 ffxBroadcast2(float value) { return vec2(value, value); }
 vec3 ffxBroadcast3(float value) { return vec3(value, value, value); }
 vec4 ffxBroadcast4(float value) { return vec4(value, value, value, value); }
 
-// Not clamped: outside the picture, what the driver returns is used.
+// Not clamped: outside the picture the shader uses what the driver returns.
 vec3 casLoad(ivec2 position) { return texelFetch(screenTexture, position, 0).rgb; }
 
 float ffxMin3(float x, float y, float z) { return min(x, min(y, z)); }
 float ffxMax3(float x, float y, float z) { return max(x, max(y, z)); }
 float ffxMin(float x, float y) { return min(x, y); }
 
-// High precision in the medium variant too, where the pixel position is made of them.
+// High precision even in the medium variant, where they yield the pixel position.
 highp float ffxAsFloat(uint v) { return uintBitsToFloat(v); }
 highp vec2 ffxAsFloat(uvec2 v) { return uintBitsToFloat(v); }
 uint ffxAsUInt32(float v) { return floatBitsToUint(v); }
@@ -58,7 +58,7 @@ vec3 ffxSaturate(vec3 v) { return clamp(v, 0.0, 1.0); }
 vec4 ffxSaturate(vec4 v) { return clamp(v, 0.0, 1.0); }
 )glsl";
 
-// The main function, of CAS_FILTER.
+// Runs CAS_FILTER, which the text of the filter defines.
 constexpr char kRgbMain[] = R"glsl(
 void Sharpen(uvec2 gxy) {
     vec3 c = vec3(0.0);
@@ -72,7 +72,7 @@ void main() {
 }
 )glsl";
 
-// Red and blue amplitudes are worked out and left unused: the green weight serves all channels.
+// The red and blue amplitudes are computed but not used: the green weight serves all channels.
 constexpr char kFilterNoScaling[] = R"glsl(
 #define CAS_FILTER casFilterNoScaling
 
@@ -169,7 +169,7 @@ void casFilterWithScaling(out float pixR, out float pixG, out float pixB, uvec2 
     float wjG = ampjG * peak;
     float wkG = ampkG * peak;
 
-    // Bilinear, each corner the weaker the more contrast its ring has.
+    // Bilinear weights. The more contrast a corner's ring has, the smaller its weight.
     float s = (1.0 - pixelPosition.x) * (1.0 - pixelPosition.y);
     float t = pixelPosition.x * (1.0 - pixelPosition.y);
     float u = (1.0 - pixelPosition.x) * pixelPosition.y;
@@ -198,8 +198,8 @@ void casFilterWithScaling(out float pixR, out float pixG, out float pixB, uvec2 
 }
 )glsl";
 
-// The same on the value channel alone. Hue and saturation are read through the sampler, whose
-// filter is nearest.
+// The same filter on the value channel alone. Hue and saturation are read through the sampler,
+// whose filter is nearest.
 constexpr char kFilterOfValue[] = R"glsl(
 #define thinB 0.03125
 
@@ -253,7 +253,7 @@ void casFilterWithScaling(out float pixB, uvec2 samplePosition, uvec4 const0, uv
     float wjB = ampjB * peak;
     float wkB = ampkB * peak;
 
-    // Bilinear, each corner the weaker the more contrast its ring has.
+    // Bilinear weights. The more contrast a corner's ring has, the smaller its weight.
     float s = (1.0 - pixelPosition.x) * (1.0 - pixelPosition.y);
     float t = pixelPosition.x * (1.0 - pixelPosition.y);
     float u = (1.0 - pixelPosition.x) * pixelPosition.y;
@@ -316,8 +316,9 @@ void casFilterWithScaling(out float pixR, out float pixG, out float pixB, uvec2 
     vec3 k = casLoad(finalSamplePosition + ivec2(1, 1));
     vec3 l = casLoad(finalSamplePosition + ivec2(2, 1));
 
-    // Compared as bits, which order as the numbers do where none is negative: at medium precision
-    // llvmpipe would compare them one by one, for most of the pass's time.
+    // The bits are compared instead of the numbers: without negative numbers the order is the same.
+    // At medium precision llvmpipe would compare floats one by one, which takes most of the pass's
+    // time.
     int b0 = floatBitsToInt(b.g);
     int c0 = floatBitsToInt(c.g);
     int f0 = floatBitsToInt(f.g);
@@ -326,7 +327,8 @@ void casFilterWithScaling(out float pixR, out float pixG, out float pixB, uvec2 
     int j0 = floatBitsToInt(j.g);
     int k0 = floatBitsToInt(k.g);
     int l0 = floatBitsToInt(l.g);
-    // The rings of f and g take diagonal neighbours, not a cross: this variant is defined so.
+    // The rings of f and g have diagonal neighbours, not a cross. That is how this variant is
+    // defined.
     float mnfG = intBitsToFloat(min(min(b0, min(f0, i0)), k0));
     float mxfG = intBitsToFloat(max(max(b0, max(f0, i0)), k0));
     float mngG = intBitsToFloat(min(min(c0, min(g0, j0)), l0));
@@ -347,7 +349,7 @@ void casFilterWithScaling(out float pixR, out float pixG, out float pixB, uvec2 
     float wjG = ampjG * peak;
     float wkG = ampkG * peak;
 
-    // Bilinear, each corner the weaker the more contrast its ring has.
+    // Bilinear weights. The more contrast a corner's ring has, the smaller its weight.
     float s = (1.0 - pixelPosition.x) * (1.0 - pixelPosition.y);
     float t = pixelPosition.x * (1.0 - pixelPosition.y);
     float u = (1.0 - pixelPosition.x) * pixelPosition.y;

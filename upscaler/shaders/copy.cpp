@@ -4,8 +4,9 @@
 
 namespace android {
 
-// Places its vertices by gl_VertexID alone: 0, 1, 2 make one triangle that covers the viewport, and
-// 3, 4, 5 cover half of it again with the same values. The quad's attributes are bound, not read.
+// Places its vertices by gl_VertexID alone: 0, 1 and 2 make one triangle that covers the viewport;
+// 3, 4 and 5 cover half of it again with the same values. The quad's attributes are bound but not
+// read.
 const char kFullScreenVertex[] = R"glsl(#version 320 es
 out highp vec2 v_TexCoord;
 

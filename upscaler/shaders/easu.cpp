@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Edge-adaptive spatial upsampling of AMD FidelityFX Super Resolution 1.0, full precision.
 //
-// Kept different from the published form: float uniforms instead of packed constants, an exact
-// reciprocal for the clipping point, and the pixel position from the texture coordinate.
+// This differs from the published form on purpose: the constants are float uniforms instead of
+// packed integers, the reciprocal of the clipping point is exact, and the pixel position comes from
+// the texture coordinate.
 #include "upscaler/shaders/shaders.h"
 
 namespace android {
@@ -34,7 +35,7 @@ vec4 FsrEasuRF(vec2 p) { return textureGather(screenTexture, p, 0); }
 vec4 FsrEasuGF(vec2 p) { return textureGather(screenTexture, p, 1); }
 vec4 FsrEasuBF(vec2 p) { return textureGather(screenTexture, p, 2); }
 
-// Adds one tap, at off from the sampled position, to the colour and weight sums.
+// Adds one tap, at `off` from the sampled position, to the sums of colour and weight.
 void FsrEasuTapF(inout vec3 aC, inout float aW, vec2 off, vec2 dir, vec2 len, float lob, float clp,
                  vec3 c) {
     vec2 v;
@@ -153,7 +154,7 @@ void FsrEasuF(out vec3 pix, uvec2 ip, vec4 con0, vec4 con1, vec4 con2, vec4 con3
     float lob = 0.5 + ((1.0 / 4.0 - 0.04) - 0.5) * len;
     float clp = ARcpF1(lob);
 
-    // Bounds against ringing, from the four nearest texels. About max(x, 0.0) see shaders.h.
+    // Bounds against ringing, from the four nearest texels. See shaders.h about max(x, 0.0).
     vec3 f = vec3(ijfeR.z, ijfeG.z, ijfeB.z);
     vec3 g = vec3(klhgR.w, klhgG.w, klhgB.w);
     vec3 j = max(vec3(ijfeR.y, ijfeG.y, ijfeB.y), 0.0);
@@ -179,7 +180,7 @@ void FsrEasuF(out vec3 pix, uvec2 ip, vec4 con0, vec4 con1, vec4 con2, vec4 con3
     pix = min(max4, max(min4, aC * ARcpF1(aW)));
 }
 
-// Named for the space it would take on a display; no conversion is applied, before or after.
+// The name stands for the colour space of a display; no conversion is applied, before or after.
 vec4 FidelityFXSuperResolution(uvec2 gxy) {
     vec3 Gamma2Color = vec3(0.0);
     FsrEasuF(Gamma2Color, gxy, vec4_0, vec4_1, vec4_2, vec4_3);

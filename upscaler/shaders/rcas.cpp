@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Robust contrast-adaptive sharpening of AMD FidelityFX Super Resolution 1.0, full precision.
 //
-// Kept different from the published form: the sharpness is a plain float, both reciprocals are
-// exact, and the pixel position comes from the texture coordinate.
+// This differs from the published form on purpose: the sharpness is a plain float, both reciprocals
+// are exact, and the pixel position comes from the texture coordinate.
 #include "upscaler/shaders/shaders.h"
 
 namespace android {
@@ -26,10 +26,10 @@ float AMin3F1(float x, float y, float z) { return min(x, min(y, z)); }
 
 #define FSR_RCAS_LIMIT (0.25 - (1.0 / 16.0))
 
-// Not clamped: outside the picture, what the driver returns is used.
+// Not clamped: outside the picture the shader uses what the driver returns.
 vec4 FsrRcasLoadF(ivec2 p) { return texelFetch(screenTexture, p, 0); }
 
-// The hook for an input transform; there is none.
+// The hook for an input transform. It does nothing.
 void FsrRcasInputF(inout float r, inout float g, inout float b) {}
 
 //     b
@@ -75,7 +75,7 @@ void FsrRcasF(out float pixR, out float pixG, out float pixB, uvec2 ip, float sh
     nz = ASatF1(abs(nz) * ARcpF1(AMax3F1(AMax3F1(bL, dL, eL), fL, hL) - AMin3F1(AMin3F1(bL, dL, eL), fL, hL)));
     nz = -0.5 * nz + 1.0;
 
-    // The neighbours only, not the centre. A texel comes first where it can: see shaders.h.
+    // Only the neighbours, not the centre. A texel comes first where possible; see shaders.h.
     float mn4R = min(hR, AMin3F1(bR, dR, fR));
     float mn4G = min(hG, AMin3F1(bG, dG, fG));
     float mn4B = min(hB, AMin3F1(bB, dB, fB));

@@ -4,14 +4,14 @@
 
 #include <string>
 
-// The GLSL ES 3.20 sources, whole texts ready to compile. Every program pairs kFullScreenVertex
-// with one fragment shader; every fragment shader reads the one sampler "screenTexture".
+// The GLSL ES 3.20 sources, ready to compile. Every program pairs kFullScreenVertex with one
+// fragment shader, and every fragment shader reads one sampler, "screenTexture".
 //
-// Some texts pass a texel through max(x, 0.0) before its first min or max. That changes no bit, for
-// texels are not negative. It is for llvmpipe, which tests the second operand of each min and max
-// for NaN: a texel, sampled as a half-precision number, it tests as one, and such tests are not
-// vectorised. Without it they were up to half of a pass's instructions. abs() would not do: the
-// compiler looks through it.
+// Some sources pass a texel through max(x, 0.0) before its first min or max. That changes no bit,
+// because texels are not negative. It is for llvmpipe, which tests the second operand of each min
+// and max for NaN. It samples a texel as a half-precision number and also tests it as one, and
+// those tests are not vectorised: they were up to half of a pass's instructions. abs() does not
+// help: the compiler looks through it.
 namespace android {
 
 extern const char kFullScreenVertex[];
