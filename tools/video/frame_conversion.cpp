@@ -166,14 +166,12 @@ class ConversionGraph {
     }
 
     void decode(const std::uint8_t* frame, PixelRows<std::uint8_t> pixels) {
+        // Nothing is written to the luma beyond an odd side: its pixels are not read either.
         for (unsigned plane = 0; plane < mFormat.planes(); ++plane) {
             const std::size_t samples = mFormat.rowBytes(plane);
-            for (std::size_t y = 0; y < mStream.height(plane); ++y) {
-                const std::size_t from = std::min(y, mFormat.rows(plane) - 1);
-                std::uint8_t* row = mStream.row(plane, y);
-                std::memcpy(row, frame + mFormat.offset(plane) + from * samples, samples);
-                extend(row, samples, mStream.width(plane));
-            }
+            for (std::size_t y = 0; y < mFormat.rows(plane); ++y)
+                std::memcpy(mStream.row(plane, y), frame + mFormat.offset(plane) + y * samples,
+                            samples);
         }
         run(mStream, mPixels);
         // A member would have to be read again after every byte that is written.

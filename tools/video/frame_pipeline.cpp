@@ -162,7 +162,7 @@ FrameTimes Pipeline::run() {
     // What comes after a thread that ends has to end as well, once it has done what it was given;
     // what comes before, at once.
     const auto endAfter = [this](void (Pipeline::*work)(), auto end) {
-        return std::thread([=] {
+        return std::thread([this, work, end] {
             try {
                 (this->*work)();
             } catch (...) {

@@ -48,3 +48,12 @@ These streams are refused.
   $ header 'YUV4MPEG2 W2 H1 C444alpha\n'
   upscale: standard input: the colour format 'C444alpha' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are
   [1]
+
+A name that ends in .y4m makes it video, on either side.
+  $ convert -size 4x3 xc:teal in.png
+  $ upscale --scale 2 in.png out.Y4M
+  upscale: in.png: not a Y4M stream
+  [1]
+  $ upscale --scale 2 missing.y4m out.png
+  upscale: out.png: video is written as Y4M, not as pictures
+  [2]
