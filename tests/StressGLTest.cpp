@@ -8,7 +8,10 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 #include <future>
+#include <thread>
+#include <utility>
 
 #include "support/fixture.h"
 #include "support/operations.h"
@@ -124,6 +127,24 @@ TEST(ProcessGLTest, NoDisplayServerIsNeeded) {
     }
 }
 
+// Does the work again and again, on a thread of its own.
+class Repeated {
+  public:
+    explicit Repeated(std::function<void()> work)
+        : mThread([this, work = std::move(work)] {
+              while (!mIsOver)
+                  work();
+          }) {}
+    ~Repeated() {
+        mIsOver = true;
+        mThread.join();
+    }
+
+  private:
+    std::atomic<bool> mIsOver{false};
+    std::thread mThread;
+};
+
 // What is pending stays so in a child, what is new is refused, and it may fork again.
 bool isFineInAChild(const sp<GraphicBuffer>& buffer, const sp<Fence>& fence) {
     void* address = nullptr;
@@ -147,16 +168,8 @@ TEST(ProcessGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
         auto& [upscaler, src, dst, fence] = warm;
         dst = makeBuffer(256, 256);
         const sp<GraphicBuffer> busy = makeBuffer(64, 64, PIXEL_FORMAT_RGBA_8888, kSeldomUse);
-        std::atomic<bool> isOver{false};
-        const auto others = {std::async(std::launch::async,
-                                        [&] {
-                                            while (!isOver)
-                                                bytesOf(busy);
-                                        }),
-                             std::async(std::launch::async, [&] {
-                                 while (!isOver)
-                                     property_set("test.busy", "1");
-                             })};
+        const Repeated locks([&busy] { bytesOf(busy); });
+        const Repeated settings([] { property_set("test.busy", "1"); });
         for (int i = 0; i < 20; ++i) {
             upscaler->casSharpen(src, dst, 0.5f, &fence);
             if (fork() == 0) {
@@ -172,7 +185,6 @@ TEST(ProcessGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
             ASSERT_EQ(status, 0) << "in round " << i;
             ASSERT_EQ(fence->wait(kLongMs), NO_ERROR);
         }
-        isOver = true;
     });
 }
 

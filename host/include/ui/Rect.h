@@ -5,12 +5,16 @@
 #include <algorithm>
 #include <cstdint>
 #include <tuple>
+#include <type_traits>
 
 namespace android {
 
 /// A rectangle in pixels. `right` and `bottom` are the first column and row outside. As on Android,
 /// but for the members that need other types.
 class Rect {
+    template <typename Integer>
+    using Wide = std::common_type_t<Integer, int32_t>;
+
   public:
     static const Rect INVALID_RECT;  ///< What `Rect()` makes.
     static const Rect EMPTY_RECT;    ///< All zeros.
@@ -19,7 +23,8 @@ class Rect {
     /// What an int32_t cannot hold becomes the largest one.
     template <typename Integer>
     constexpr Rect(Integer width, Integer height)
-        : right(clamped(width)), bottom(clamped(height)) {}
+        : right(static_cast<int32_t>(std::min<Wide<Integer>>(width, INT32_MAX))),
+          bottom(static_cast<int32_t>(std::min<Wide<Integer>>(height, INT32_MAX))) {}
     constexpr Rect(int32_t l, int32_t t, int32_t r, int32_t b)
         : left(l), top(t), right(r), bottom(b) {}
 
@@ -69,12 +74,6 @@ class Rect {
     int32_t top = 0;
     int32_t right = -1;
     int32_t bottom = -1;
-
-  private:
-    template <typename Integer>
-    static constexpr int32_t clamped(Integer value) {
-        return value > Integer{INT32_MAX} ? INT32_MAX : static_cast<int32_t>(value);
-    }
 };
 
 inline constexpr Rect Rect::INVALID_RECT{};
