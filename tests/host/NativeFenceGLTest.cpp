@@ -147,19 +147,23 @@ TEST_F(NativeFenceGLTest, ManyFencesLeaveNoDescriptorBehind) {
 // The context lives on, and with it the work.
 TEST_F(NativeFenceGLTest, TheLastTerminateSignals) {
     const Pipe stuck;
+    const int fd = dup(stuck.end.get());
+    EXPECT_NE(mClient.import(fd), EGL_NO_SYNC_KHR);
     const sp<Fence> foreign(new Fence(dup(stuck.end.get())));
-    const sp<Fence> fence = mClient.fence();
-    const sp<Fence> fences[] = {fence, Fence::merge("test", fence, foreign),
-                                Fence::merge("test", foreign, foreign)};
-    const EGLSyncKHR imported = mClient.import(dup(stuck.end.get()));
-    EXPECT_NE(imported, EGL_NO_SYNC_KHR);
-    for (const auto& each : fences)
-        EXPECT_EQ(each->wait(kStillMs), -ETIME);
-    const size_t before = openDescriptors();
-    EXPECT_EQ(eglTerminate(mClient.display), kTrue);
-    for (const auto& each : fences)
-        EXPECT_EQ(each->wait(0), NO_ERROR);
-    EXPECT_LE(settledDescriptors(before - 1), before - 1);
+    const sp<Fence> done(new Fence(Pipe().end.release()));
+    for (const bool drawn : {true, false}) {
+        const sp<Fence> fence = drawn ? mClient.fence() : done;
+        const sp<Fence> merged = Fence::merge("test", fence, foreign);
+        EXPECT_EQ(fence->wait(kStillMs), drawn ? -ETIME : NO_ERROR);
+        EXPECT_EQ(merged->wait(kStillMs), -ETIME);
+        const nsecs_t before = systemTime(SYSTEM_TIME_MONOTONIC);
+        EXPECT_EQ(eglTerminate(mClient.display), kTrue);
+        EXPECT_EQ(fence->wait(0), NO_ERROR);
+        EXPECT_EQ(merged->wait(0), NO_ERROR);
+        EXPECT_GE(merged->getSignalTime(), before);
+        EXPECT_EQ(fcntl(fd, F_GETFD), -1);
+        EXPECT_EQ(eglInitialize(mClient.display, nullptr, nullptr), kTrue);
+    }
 }
 
 // Whatever the driver does, and what other processes hold.
