@@ -499,8 +499,10 @@ Task CommandLine::task() const {
 
 // An option that does nothing would mislead, so it is refused.
 void CommandLine::expectForTask() const {
-    for (const auto& [option, tasks] : mTasks) {
-        if (option->count() == 0 || (tasks & mArguments.task) != 0) continue;
+    for (const CLI::Option* option : mApp.get_options({})) {
+        if (option->count() == 0 || option->get_positional()) continue;
+        const unsigned tasks = mTasks.at(option);
+        if ((tasks & mArguments.task) != 0) continue;
         std::vector<std::string> others;
         for (const Task other : {kPictures, kCompare, kSweep, kVideo, kCheck}) {
             if ((tasks & other) != 0) others.emplace_back(nameOf(other));

@@ -34,6 +34,8 @@ A wrong command line gets one line of message and exit code 2, and no file comes
   upscale: --border: 'none' is not a border; choose pad or raw
   $ wrong --scale 2 --zoom 2
   upscale: --zoom: does not go with pictures, only with --compare and --sweep
+  $ wrong --scale 2 --zoom 2 --crop 0,0,1x1 --sweep 0:1 --compare
+  upscale: --sweep: does not go with --compare, only with --sweep
   $ wrong --scale 2 --compare --op fsr
   upscale: --op: does not go with --compare, only with pictures, --sweep and video
   $ wrong --scale 2 --compare --crop 1,2,3
