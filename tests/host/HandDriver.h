@@ -25,7 +25,7 @@ struct HandDriver {
     // Whether it has native fences of its own: one sync at a time, of this descriptor.
     bool hasNativeFences = false;
     base::unique_fd descriptor{eventfd(0, EFD_CLOEXEC)};
-    bool syncLives = false;
+    std::atomic<bool> syncLives{false};
     int flushesBeforeSync = 0;
 
     void reset(bool nativeFences, bool hold) {

@@ -194,7 +194,7 @@ TEST_F(NativeFenceGLTest, AnImportedFenceIsWaitedFor) {
     const sp<Fence> copy = mClient.fence(sync);
     expectAttributes(sync, EGL_SYNC_NATIVE_FENCE_SIGNALED_ANDROID, EGL_UNSIGNALED_KHR);
     constexpr EGLint kFlush = EGL_SYNC_FLUSH_COMMANDS_BIT_KHR;
-    for (const EGLTimeKHR ns : {0, 1, 2000000})
+    for (const EGLTimeKHR ns : std::initializer_list<EGLTimeKHR>{0, 1, 2000000})
         EXPECT_EQ(mClient.clientWait(display, sync, kFlush, ns), EGL_TIMEOUT_EXPIRED_KHR);
 
     const int flushes = hand.flushes;
