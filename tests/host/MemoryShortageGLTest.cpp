@@ -96,16 +96,17 @@ void* operator new(size_t size, const std::nothrow_t&) noexcept {
 void* operator new[](size_t size, const std::nothrow_t&) noexcept {
     return allocate(size, __builtin_return_address(0));
 }
-void operator delete(void* memory) noexcept {
+// Out of line, since a compiler that sees through only one of a pair takes it for a mismatch.
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete[](void* memory) noexcept {
+[[gnu::noinline]] void operator delete[](void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept {
     std::free(memory);
 }
-void operator delete[](void* memory, size_t) noexcept {
+[[gnu::noinline]] void operator delete[](void* memory, size_t) noexcept {
     std::free(memory);
 }
 
