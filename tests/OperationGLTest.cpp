@@ -88,7 +88,9 @@ INSTANTIATE_TEST_SUITE_P(All, OperationGLTest, ::testing::ValuesIn(operations())
 
 // ---- The fence and the GPU ----
 
-TEST(FenceGLTest, TheCallReturnsBeforeTheGpuIsDone) {
+// Large enough that a fence which signals too early shows on most machines; on a faster one the test
+// sees less, but does not fail. TraceGLTest holds that no call waits for the GPU.
+TEST(FenceGLTest, SignalsWhenThePictureIsDrawn) {
     OwnedUpscaler upscaler;
     sp<GraphicBuffer> src = makeBuffer(2048, 2048);
     sp<GraphicBuffer> dst = makeBuffer(4096, 4096);
@@ -96,8 +98,6 @@ TEST(FenceGLTest, TheCallReturnsBeforeTheGpuIsDone) {
     fill(src, 0xFF804020);
     upscaler->fsrResize(src, dst, 0.0f, &fence);
     ASSERT_TRUE(fence->isValid());
-    EXPECT_EQ(fence->getStatus(), Fence::Status::Unsignaled)
-            << "16 million pixels are not drawn that fast";
     ASSERT_EQ(fence->wait(120000), OK);
     pollfd signalled = {fence->get(), POLLIN, 0};
     EXPECT_EQ(poll(&signalled, 1, 0), 1);
