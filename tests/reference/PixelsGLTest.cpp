@@ -27,8 +27,11 @@ std::string renderer() {
 
 // A driver that was not measured is held to what llvmpipe is.
 Tolerance here(const Tolerances& tolerances) {
-    const bool isSwiftShader = renderer().find("SwiftShader") != std::string::npos;
-    return isSwiftShader ? tolerances.swiftShader : tolerances.llvmpipe;
+    const std::string name = renderer();
+    const auto has = [&](const char* part) { return name.find(part) != std::string::npos; };
+    if (has("SwiftShader")) return tolerances.swiftShader;
+    if (has("virgl") || has("ANGLE")) return tolerances.eightBitFilter;
+    return has("128 bits") ? tolerances.truncatingFilter : tolerances.llvmpipe;
 }
 
 // ---- Pictures that hurt: where scaling and sharpening go wrong first ----
