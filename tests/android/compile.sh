@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Compiles what Android.bp builds, with its flags, against Android's headers: those that Debian packages, and the
-# declarations in include/ for the others. Links the library as far as its export list. Nothing is run.
+# Compiles what Android.bp builds, with its flags, against Android's headers: the declarations in include/ for what
+# differs between releases or is not packaged, and those that Debian packages for the others. Links the library as far as
+# its export list. Nothing is run.
 # Usage: compile.sh WORK_FOLDER
 set -euo pipefail
 shopt -s globstar
@@ -29,17 +30,17 @@ flags=$(strings libupscaler_defaults cflags; strings libupscaler_defaults cppfla
 sources() { # MODULE
     strings "$1" srcs | while read -r pattern; do printf '%s\n' $pattern; done
 }
-# Newer platform trees can switch off implicit construction of sp. Older headers are edited to the same effect.
-mkdir -p "$work/include/utils"
-sed -E 's/ sp\([TU]\* other\);/ explicit&/; s/sp& operator = \([TU]\* other\);/[[deprecated]] &/' \
-    /usr/include/android/utils/StrongPointer.h >"$work/include/utils/StrongPointer.h"
-explicit=(-I"$work/include" -DANDROID_UTILS_REF_BASE_DISABLE_IMPLICIT_CONSTRUCTION)
+use() { # RELEASE TARGET
+    compile=(clang++ --target=$2 -DANDROID_RELEASE=$1 -std=c++17 -stdlib=libc++ -fno-rtti -fPIC $flags -I. -Iinclude
+        -isystem tests/android/include -isystem /usr/include/android -idirafter /usr/$2/include)
+}
+
+# The newest, as it is built. The library makes an sp of a pointer in the open only.
 for target in aarch64-linux-gnu x86_64-linux-gnu; do
-    compile=(clang++ --target=$target -std=c++17 -stdlib=libc++ -fno-rtti -fPIC $flags -I. -Iinclude
-        -isystem tests/android/include -isystem /usr/include/android -idirafter /usr/$target/include)
+    use 16 $target
     mkdir "$work/$target"
     for source in $(sources libupscaler); do
-        "${compile[@]}" "${explicit[@]}" $(strings libupscaler cflags) -MD -c "$source" \
+        "${compile[@]}" -DEXPLICIT_SP $(strings libupscaler cflags) -MD -c "$source" \
             -o "$work/$target/$(basename "$source" .cpp).o"
     done
     ! grep -HE '(^| |/)host/' "$work/$target/"*.d || { echo "The library reads a header of host/" >&2; exit 1; }
@@ -53,10 +54,25 @@ for target in aarch64-linux-gnu x86_64-linux-gnu; do
     echo "ok: $target"
 done
 
-# One target is enough for these.
-for source in $(sources libupscaler_test) $(sources libupscaler_benchmark); do
-    "${compile[@]}" -I"$(strings libupscaler_test local_include_dirs)" -fsyntax-only "$source"
+# One target is enough for these. Where the declarations differ: Android 12 to 16 have the same.
+for release in 10 11 16; do
+    use $release aarch64-linux-gnu
+    built=$(sources libupscaler_benchmark)
+    [ $release = 16 ] || built+=" $(sources libupscaler)" # of 16, it was compiled above
+    # The tests read the log, and liblog has had a logger to hand it to since Android 11.
+    [ $release = 10 ] || built+=" $(sources libupscaler_test)"
+    for source in $built; do
+        "${compile[@]}" -I"$(strings libupscaler_test local_include_dirs)" -fsyntax-only "$source"
+    done
+    echo "ok: Android $release"
 done
+
+# A client may be of a newer standard, and may refuse to make an sp of a pointer.
+for standard in c++17 c++20 c++2b; do
+    "${compile[@]}" -std=$standard -DANDROID_UTILS_REF_BASE_DISABLE_IMPLICIT_CONSTRUCTION \
+        -fsyntax-only -x c++ - <<<'#include <upscaler/upscaler.h>'
+done
+echo "ok: clients"
 
 # A device may trap on unsigned overflow, on which the hash of the key relies.
 "${compile[@]}" -fsanitize=unsigned-integer-overflow -S -emit-llvm upscaler/upscaler.cpp -o "$work/key.ll"

@@ -38,7 +38,8 @@ void Picture::save(const std::string& path) const {
 }
 
 testing::AssertionResult matches(const Picture& actual, const Picture& expected,
-                                 const Tolerance& tolerance, const std::string& name) {
+                                 const Tolerance& tolerance, const std::string& name,
+                                 Tolerance* largest) {
     constexpr int kEnlargement = 32;
     int worst = 0;
     int worstX = 0;
@@ -62,6 +63,9 @@ testing::AssertionResult matches(const Picture& actual, const Picture& expected,
         return pixel;
     });
     const double mean = static_cast<double>(sum) / std::max(channels, 1);
+    if (largest != nullptr) {
+        *largest = {std::max(largest->worst, worst), std::max(largest->mean, mean)};
+    }
     if (worst <= tolerance.worst && mean <= tolerance.mean) return testing::AssertionSuccess();
     actual.save(name + "-actual.ppm");
     expected.save(name + "-expected.ppm");

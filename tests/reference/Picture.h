@@ -63,16 +63,18 @@ Picture painted(Size size, Paint paint) {
     return picture;
 }
 
-/// Allowed difference of channel values, in steps of 8 bits.
+/// Difference of channel values, in steps of 8 bits: measured, or allowed.
 struct Tolerance {
-    int worst;
-    double mean;  ///< Over all channels of all defined pixels.
+    int worst = 0;
+    double mean = 0.0;  ///< Over all channels of all defined pixels.
 };
 
 /// Compares where `expected` is defined. A failure leaves NAME-actual.ppm, NAME-expected.ppm and
-/// NAME-difference.ppm (enlarged, undefined pixels blue) in the working directory.
+/// NAME-difference.ppm (enlarged, undefined pixels blue) in the working directory. `largest`, if
+/// not null, is raised to the difference found.
 testing::AssertionResult matches(const Picture& actual, const Picture& expected,
-                                 const Tolerance& tolerance, const std::string& name);
+                                 const Tolerance& tolerance, const std::string& name,
+                                 Tolerance* largest = nullptr);
 
 /// One pixel of a pass whose target covers the whole source: what it reads, and whether all of that
 /// is defined.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -19,11 +20,18 @@ using android::GraphicBuffer;
 using android::sp;
 using android::Upscaler;
 
-// A driver that was not measured is held to what llvmpipe is. With a context.
+// With a context.
+std::string renderer() {
+    return reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+}
+
+// A driver that was not measured is held to what llvmpipe is.
 Tolerance here(const Tolerances& tolerances) {
-    const std::string renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
-    const bool isSwiftShader = renderer.find("SwiftShader") != std::string::npos;
-    return isSwiftShader ? tolerances.swiftShader : tolerances.llvmpipe;
+    const std::string name = renderer();
+    const auto has = [&](const char* part) { return name.find(part) != std::string::npos; };
+    if (has("SwiftShader")) return tolerances.swiftShader;
+    if (has("virgl") || has("ANGLE")) return tolerances.eightBitFilter;
+    return has("128 bits") ? tolerances.truncatingFilter : tolerances.llvmpipe;
 }
 
 // ---- Pictures that hurt: where scaling and sharpening go wrong first ----
@@ -167,17 +175,22 @@ class PixelsGLTest : public testing::TestWithParam<android::test::OperationRow> 
     std::vector<Frame> mFrames;
 };
 
+// The largest differences, worst and mean, go into the test's report: scripts/drivers reads them.
 TEST_P(PixelsGLTest, MatchTheReference) {
+    RecordProperty("renderer", renderer());
+    std::map<std::string, Tolerance> largest;
     for (Frame& frame : mFrames) {
         const bool isUnscaled = frame.source.width == frame.target.width;
         for (const TestPicture& picture : kTestPictures) {
             const Picture source = picture.make(frame.source);
             for (const auto& [sharpness, scaled] : mReference.settings) {
                 const Picture expected = mReference.expected(source, frame.target, sharpness);
-                ASSERT_TRUE(matches(run(frame, source, sharpness), expected,
-                                    here(isUnscaled ? mReference.unscaled : scaled),
-                                    GetParam().name + "-" + frame.name + "-" + picture.name + "-" +
-                                            std::to_string(sharpness)));
+                const std::string setting = std::to_string(sharpness);
+                EXPECT_TRUE(matches(
+                        run(frame, source, sharpness), expected,
+                        here(isUnscaled ? mReference.unscaled : scaled),
+                        GetParam().name + "-" + frame.name + "-" + picture.name + "-" + setting,
+                        &largest[isUnscaled ? "equal sizes" : "sharpness " + setting]));
                 // Otherwise the comparison could hold by leaving everything out.
                 const auto defined = std::count_if(expected.pixels.begin(), expected.pixels.end(),
                                                    [](const Pixel& p) { return p.isDefined; });
@@ -188,6 +201,10 @@ TEST_P(PixelsGLTest, MatchTheReference) {
                 }
             }
         }
+    }
+    for (const auto& [setting, difference] : largest) {
+        RecordProperty(setting,
+                       std::to_string(difference.worst) + " " + std::to_string(difference.mean));
     }
 }
 

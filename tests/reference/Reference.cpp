@@ -385,26 +385,28 @@ std::vector<Setting> everywhere(const Tolerances& tolerances, const std::vector<
 const std::vector<float> kStops = {0.0f, 0.7f, -0.25f, 4.0f};
 const std::vector<float> kCasScale = {0.0f, 0.5f, 1.0f, -3.0f, 7.0f};
 
-// The tolerances are the worst that each driver was measured at, Mesa 22.3's llvmpipe and ANGLE 2.1
-// over SwiftShader, means rounded up. llvmpipe samples at half precision, which moves a colour
-// across a step of 8 bits now and then: hence 1 and the means. SwiftShader works at full precision
-// throughout, where that is rare: 1 and 0.001 are given where at most a step and a mean of 0.0009
-// was seen. The gradients of neaResize, and of fsrResize at equal sizes, end halfway between steps
-// on any driver. The sharpening of a second pass multiplies a step of the first, EASU's or the
-// linear copy's (in 8 bits, rounded twice), by up to (1 + 4w) / (1 - 4w) for a neighbour's weight
-// w: 7, 2.7, 17 and 1.1 at the stops given, 9, 4.2 and 3 on casSharpen's scale. casTUpscale works
-// at medium precision throughout, which is half precision in llvmpipe.
+// The tolerances are the worst that each driver was measured at: those of Mesa 22.3 and 25.0, and
+// ANGLE 2.1 over SwiftShader, means rounded up. llvmpipe samples at half precision, which moves a
+// colour across a step of 8 bits now and then: hence 1 and the means. SwiftShader works at full
+// precision throughout, where that is rare: 1 and 0.001 are given where at most a step and a mean
+// of 0.0009 was seen. The gradients of neaResize, and of fsrResize at equal sizes, end halfway
+// between steps on any driver. The sharpening of a second pass multiplies a step of the first,
+// EASU's or the linear copy's (in 8 bits, rounded twice or, if truncated, twice too low), by up to
+// (1 + 4w) / (1 - 4w) for a neighbour's weight w: 7, 2.7, 17 and 1.1 at the stops given, 9, 4.2 and
+// 3 on casSharpen's scale. casTUpscale works at medium precision throughout, which is half
+// precision in llvmpipe.
 // clang-format off
 const std::vector<Operation> kOperations = {
-    // name, function, flatError, {llvmpipe, SwiftShader} at equal sizes, and scaled at each sharpness
+    // name, function, flatError, Tolerances at equal sizes, and scaled at each sharpness
     {"fsrResize", fsrResize, 0, {{4, 0.13}, {1, 0.02}},
      {{0.0f, {{5, 0.5}, {4, 0.06}}}, {0.7f, {{3, 0.22}, {2, 0.005}}},
       {-0.25f, {{10, 1.12}, {11, 0.005}}}, {4.0f, {{3, 0.1}, {1, 0.005}}}}},
     {"neaResize", neaResize, 0, {{1, 0.11}, {1, 0.02}},
      everywhere({{1, 0.18}, {1, 0.07}}, kStops)},
     {"casSharpen", casSharpen, 1, {{1, 0.09}, {1, 0.001}},
-     {{0.0f, {{6, 0.75}, {4, 0.11}}}, {0.5f, {{3, 0.72}, {3, 0.12}}}, {1.0f, {{3, 0.93}, {2, 0.09}}},
-      {-3.0f, {{6, 0.75}, {4, 0.11}}}, {7.0f, {{3, 0.93}, {2, 0.09}}}}},
+     {{0.0f, {{6, 0.75}, {4, 0.11}, {6, 0.75}, {8, 1.29}}}, {0.5f, {{3, 0.72}, {3, 0.12}, {3, 0.54}, {5, 1.1}}},
+      {1.0f, {{3, 0.93}, {2, 0.09}, {3, 0.7}, {4, 1.07}}}, {-3.0f, {{6, 0.75}, {4, 0.11}, {6, 0.75}, {8, 1.29}}},
+      {7.0f, {{3, 0.93}, {2, 0.09}, {3, 0.7}, {4, 1.07}}}}},
     {"casResize", casResize, 1, {{1, 0.09}, {1, 0.001}},
      everywhere({{1, 0.11}, {1, 0.001}}, kCasScale)},
     {"casvUpscale", casvUpscale, 1, {{1, 0.09}, {1, 0.001}},

@@ -12,10 +12,13 @@
 
 namespace reference {
 
-/// For each driver that the tests run on.
+/// By a driver's arithmetic, which docs/drivers.md tells of.
 struct Tolerances {
-    Tolerance llvmpipe;
-    Tolerance swiftShader;
+    Tolerance llvmpipe;     ///< Samples at half precision, filters in 8 bits. zink is the same.
+    Tolerance swiftShader;  ///< Works at full precision throughout.
+    // At full precision but for the filter, in 8 bits.
+    Tolerance eightBitFilter = swiftShader;    ///< virgl, and ANGLE, on llvmpipe.
+    Tolerance truncatingFilter = swiftShader;  ///< llvmpipe without AVX: on arm64.
 };
 
 struct Setting {

@@ -24,6 +24,7 @@ class GraphicBuffer : public ANativeObjectBase<ANativeWindowBuffer, GraphicBuffe
   public:
     enum {
         USAGE_SW_READ_OFTEN = 0x00000003,
+        USAGE_SW_WRITE_RARELY = 0x00000020,
         USAGE_SW_WRITE_OFTEN = 0x00000030,
         USAGE_HW_TEXTURE = 0x00000100,
         USAGE_HW_RENDER = 0x00000200,
