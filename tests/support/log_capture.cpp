@@ -14,11 +14,21 @@ std::mutex gMutex;
 std::vector<LogLine> gLines;
 int gCaptures = 0;
 
-void capture(const __android_logger_data* data, const char* message) {
+void capture(int priority, const char* tag, const char* text) {
     const std::lock_guard<std::mutex> lock(gMutex);
     if (GlTrace* const trace = GlTrace::active(); trace != nullptr)
-        trace->note({"log", {message}, "", GlTrace::takeArithmetic()});
-    gLines.push_back({data->priority, data->tag == nullptr ? "" : data->tag, message});
+        trace->note({"log", {text}, "", GlTrace::takeArithmetic()});
+    gLines.push_back({priority, tag == nullptr ? "" : tag, text});
+}
+
+// The logger's parameters as liblog has them since Android 11, and before: its header chooses.
+template <typename Message>
+void logger(const Message* message) {
+    capture(message->priority, message->tag, message->message);
+}
+template <typename Data>
+void logger(const Data* data, const char* text) {
+    capture(data->priority, data->tag, text);
 }
 
 }  // namespace
@@ -26,7 +36,7 @@ void capture(const __android_logger_data* data, const char* message) {
 LogCapture::LogCapture() {
     clear();
     ++gCaptures;
-    __android_log_set_logger(capture);
+    __android_log_set_logger(logger);
 }
 
 LogCapture::~LogCapture() {

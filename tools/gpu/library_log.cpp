@@ -33,20 +33,30 @@ std::string firstLine(const char* message) {
     return line;
 }
 
-void collect(const __android_logger_data* data, const char* message) {
+void collect(int priority, const char* tag, const char* message) {
     Collected& log = collected();
-    const char* tag = data->tag ? data->tag : "";
+    if (tag == nullptr) tag = "";
     const std::lock_guard<std::mutex> lock(log.mutex);
     if (log.echo) std::fprintf(stderr, "upscale: log: %s: %s\n", tag, firstLine(message).c_str());
-    if (data->priority < ANDROID_LOG_ERROR || std::strcmp(tag, kLibraryTag) != 0) return;
+    if (priority < ANDROID_LOG_ERROR || std::strcmp(tag, kLibraryTag) != 0) return;
     if (log.error.empty()) log.error = firstLine(message);
+}
+
+// The logger's parameters as liblog has them since Android 11, and before: its header chooses.
+template <typename Message>
+void logger(const Message* message) {
+    collect(message->priority, message->tag, message->message);
+}
+template <typename Data>
+void logger(const Data* data, const char* message) {
+    collect(data->priority, data->tag, message);
 }
 
 }  // namespace
 
 LibraryLog::LibraryLog(bool echo) {
     collected().echo = echo;
-    __android_log_set_logger(collect);
+    __android_log_set_logger(logger);
 }
 
 LibraryLog::~LibraryLog() {
