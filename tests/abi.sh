@@ -6,16 +6,21 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 names() { nm -D --defined-only "$1" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | LC_ALL=C sort; }
-# The layout by the C++ ABI, which both compilers follow: the bases and members of each class, then its size.
-layouts() {
-    echo '#include <upscaler/upscaler.h>
-        using namespace android;
-        size_t sizes[] = {sizeof(Upscaler), sizeof(GfxShader), sizeof(GraphicBuffer), sizeof(Fence)};' |
+# The layout by the C++ ABI, which both compilers follow: the bases and members of each class, then its size. Compilers
+# differ in the order of the classes and in whether they write a type's namespace.
+layout() {
+    echo "#include <upscaler/upscaler.h>
+        size_t size = sizeof($1);" |
         clang++ -std=c++17 -x c++ -fsyntax-only -Iinclude -Ihost/include -isystem /usr/include/android \
             -Xclang -fdump-record-layouts - |
-        awk '/Dumping AST Record/ { on = 0 }
-            / (android::(Upscaler|GfxShader|GraphicBuffer|Fence)|ANativeWindowBuffer)$/ { on = 1 }
-            on && / \| (  )?[^ ]/ && sub(/^ +/, "")'
+        awk -v "class=$1" '/Dumping AST Record/ { on = 0 }
+            $0 ~ " " class "$" { on = 1 }
+            on && / \| (  )?[^ ]/ && sub(/^ +/, "") { gsub(/android::/, ""); print }'
+}
+layouts() {
+    for class in ANativeWindowBuffer android::{GraphicBuffer,Fence,GfxShader,Upscaler}; do
+        layout "$class"
+    done
 }
 all() {
     printf '%s\n' 'libupscaler exports:' "$(names "$1")" 'libupscaler_host exports:' "$(names "$2")" \
