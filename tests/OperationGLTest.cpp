@@ -88,8 +88,8 @@ INSTANTIATE_TEST_SUITE_P(All, OperationGLTest, ::testing::ValuesIn(operations())
 
 // ---- The fence and the GPU ----
 
-// Large enough that a fence which signals too early shows on most machines; on a faster one the test
-// sees less, but does not fail. TraceGLTest holds that no call waits for the GPU.
+// Large enough that a fence which signals too early shows on most machines; on a faster one the
+// test sees less, but does not fail. TraceGLTest holds that no call waits for the GPU.
 TEST(FenceGLTest, SignalsWhenThePictureIsDrawn) {
     OwnedUpscaler upscaler;
     sp<GraphicBuffer> src = makeBuffer(2048, 2048);
