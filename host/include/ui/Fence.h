@@ -76,9 +76,9 @@ class UPSCALER_HOST_API Fence : public LightRefBase<Fence>, public Flattenable<F
     /// What a `wait` of no length finds.
     Status getStatus();
 
-    // The protocol of `Flattenable`: a uint32_t, which counts the descriptors, and these: none or
-    // one. NO_MEMORY if there is less room, or less to read.
-
+    /// The protocol of `Flattenable`: a uint32_t, which counts the descriptors, and these: none or
+    /// one. NO_MEMORY if there is less room, or less to read.
+    /// @{
     size_t getFlattenedSize() const;
     size_t getFdCount() const;
     /// The descriptor that it writes stays the fence's.
@@ -86,6 +86,7 @@ class UPSCALER_HOST_API Fence : public LightRefBase<Fence>, public Flattenable<F
     /// Owns the descriptor that it reads. INVALID_OPERATION if there is one already, and BAD_VALUE
     /// if there is more than one to read.
     status_t unflatten(const void*& buffer, size_t& size, const int*& fds, size_t& count);
+    /// @}
 
   private:
     friend class LightRefBase<Fence>;

@@ -19,6 +19,8 @@ class Rect {
     static const Rect INVALID_RECT;  ///< What `Rect()` makes.
     static const Rect EMPTY_RECT;    ///< All zeros.
 
+    /// As on Android.
+    /// @{
     constexpr Rect() = default;
     /// What an int32_t cannot hold becomes the largest one.
     template <typename Integer>
@@ -74,6 +76,7 @@ class Rect {
     int32_t top = 0;
     int32_t right = -1;
     int32_t bottom = -1;
+    /// @}
 };
 
 inline constexpr Rect Rect::INVALID_RECT{};
