@@ -6,6 +6,7 @@
 #include "host/driver.h"
 #include "host/egl_error.h"
 #include "host/process_wide.h"
+#include "host/thread.h"
 
 namespace android::host {
 namespace {
@@ -82,6 +83,8 @@ Displays& Displays::get() {
 }
 
 EGLDisplay Displays::openDefault() {
+    if (isForkedChild()) return mDefault;
+    const InHost inHost;
     const std::lock_guard<std::mutex> lock(mDefaultMutex);
     if (mDefault != EGL_NO_DISPLAY) return mDefault;
     EGLDisplay display = openAngle();
@@ -98,7 +101,7 @@ EGLDisplay Displays::openDefault() {
 EGLDisplay Displays::getDisplay(EGLNativeDisplayType native) {
     if (native == EGL_DEFAULT_DISPLAY) {
         const EGLDisplay display = openDefault();
-        if (display != EGL_NO_DISPLAY) {
+        if (display != EGL_NO_DISPLAY || isForkedChild()) {
             setEglSuccess();
             return display;
         }
@@ -107,6 +110,8 @@ EGLDisplay Displays::getDisplay(EGLNativeDisplayType native) {
 }
 
 EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor) {
+    if (isForkedChild()) return eglFailure(EGL_NOT_INITIALIZED, EGLBoolean{EGL_FALSE});
+    const InHost inHost;
     const std::lock_guard<std::mutex> lock(mClientMutex);
     const auto client = mClients.try_emplace(display, 0).first;  // First, since it may throw.
     if (isDefault(display)) driver().eglBindAPI(EGL_OPENGL_ES_API);
@@ -120,6 +125,8 @@ EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor
 }
 
 EGLBoolean Displays::terminate(EGLDisplay display, EndUses* endUses) {
+    if (isForkedChild()) return eglFailure(EGL_NOT_INITIALIZED, EGLBoolean{EGL_FALSE});
+    const InHost inHost;
     const std::lock_guard<std::mutex> lock(mClientMutex);
     const auto client = mClients.find(display);
     if (client != mClients.end()) {
@@ -149,6 +156,7 @@ const char* Displays::queryString(EGLDisplay display, EGLint name) {
 
 EGLint Displays::check(EGLDisplay display) {
     if (display == EGL_NO_DISPLAY) return EGL_BAD_DISPLAY;
+    if (isForkedChild()) return EGL_NOT_INITIALIZED;
     if (display == mUsableDefault) return EGL_SUCCESS;
     const std::lock_guard<std::mutex> lock(mClientMutex);
     if (mClients.count(display) != 0) return EGL_SUCCESS;

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/egl_error.h"
 
+#include <utility>
+
 #include "host/driver.h"
+#include "host/thread.h"
 
 namespace android::host {
 namespace {
@@ -16,15 +19,17 @@ thread_local EGLint hostError = EGL_SUCCESS;
 
 void setEglSuccess() {
     hostError = EGL_SUCCESS;
-    driver().eglGetError();
+    if (!isForkedChild()) driver().eglGetError();
 }
 
 void setEglError(EGLint error) {
     hostError = error;
-    driver().eglBindAPI(EGL_NONE);
+    if (!isForkedChild()) driver().eglBindAPI(EGL_NONE);
 }
 
 EGLint takeEglError() {
+    // A forked child may find the driver's locks held.
+    if (isForkedChild()) return std::exchange(hostError, EGL_SUCCESS);
     const EGLint fromDriver = driver().eglGetError();
     const EGLint fromHost = hostError;
     hostError = EGL_SUCCESS;

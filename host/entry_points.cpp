@@ -9,6 +9,7 @@
 #include "host/native_fence.h"
 #include "host/native_image.h"
 #include "host/pixel_store.h"
+#include "host/thread.h"
 
 namespace android::host {
 namespace {
@@ -29,6 +30,7 @@ EGLBoolean EGLAPIENTRY destroyImage(EGLDisplay display, EGLImageKHR image) {
 }
 
 void EGLAPIENTRY bindImage(GLenum target, GLeglImageOES image) {
+    if (isForkedChild()) return;
     // Before the driver, whose GL errors are the client's: a bind that fails was still seen.
     NativeImages::get().bind(target, image);
     driver().glEGLImageTargetTexture2DOES(target, image);

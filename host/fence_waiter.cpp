@@ -83,9 +83,9 @@ base::unique_fd FenceWaiter::start(std::shared_ptr<const DriverSync> sync, base:
             }
         }
 
-        const pid_t owner = mOwner.load();
         errno = ESRCH;  // If there is no thread.
-        if (owner != 0 && owner != getpid()) return {};
+        if (isForkedChild()) return {};
+        const InHost inHost;
         const std::lock_guard<std::mutex> lock(mMutex);
         if (mStopping || !ensureThread()) return {};
         if (!pending.ends.client.ok()) {
@@ -108,7 +108,6 @@ bool FenceWaiter::ensureThread() {
     if (mThread.joinable()) return true;
     mWake = aboveStandardStreams(base::unique_fd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)));
     if (!mWake.ok()) return false;
-    { const InDriver first; }  // What the first one allocates, the thread might not get.
     static const bool stopsAtExit = std::atexit([] { get().stop(); }) == 0;
     if (!stopsAtExit) throw std::bad_alloc();
     mThread = host::startThread("upscaler-fence", [this] { threadMain(); });

@@ -13,7 +13,6 @@
 #include "host/log.h"
 #include "host/native_image.h"
 #include "host/pixel_store.h"
-#include "host/thread.h"
 
 namespace android {
 namespace {
@@ -106,8 +105,7 @@ bool GraphicBuffer::needsReallocation(uint32_t inWidth, uint32_t inHeight, Pixel
 }
 
 GraphicBuffer::~GraphicBuffer() {
-    // A forked child may find the images locked; nobody imports anything there.
-    if (!host::isForkedChild()) host::NativeImages::get().removeBuffer(this);
+    host::NativeImages::get().removeBuffer(this);
 }
 
 void GraphicBuffer::onFirstRef() {

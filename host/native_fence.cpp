@@ -13,6 +13,7 @@
 #include "host/egl_error.h"
 #include "host/fence_waiter.h"
 #include "host/native_sync.h"
+#include "host/thread.h"
 
 namespace android::host {
 namespace {
@@ -83,6 +84,7 @@ template <typename Value, typename Ask>
 EGLBoolean getAttribute(EGLDisplay display, EGLSyncKHR sync, EGLint attribute, Value* value,
                         Ask driverAsks) {
     constexpr EGLBoolean kFailed = EGL_FALSE;
+    if (isForkedChild()) return eglFailure(EGL_NOT_INITIALIZED, kFailed);
     const NativeSyncs::Held held = NativeSyncs::get().find(display, sync);
     if (held == nullptr) {
         if (driverAsks == nullptr || !NativeSyncs::get().isForeign(sync)) {
@@ -154,6 +156,7 @@ EGLint dupNativeFence(EGLDisplay display, EGLSyncKHR sync) {
 }
 
 EGLint clientWaitSync(EGLDisplay display, EGLSyncKHR sync, EGLint flags, EGLTimeKHR timeout) {
+    if (isForkedChild()) return eglFailure(EGL_NOT_INITIALIZED, EGLint{EGL_FALSE});
     if (const NativeSyncs::Held held = NativeSyncs::get().find(display, sync)) {
         return held->clientWait(flags, timeout);
     }
@@ -164,6 +167,7 @@ EGLint clientWaitSync(EGLDisplay display, EGLSyncKHR sync, EGLint flags, EGLTime
 }
 
 EGLint waitSync(EGLDisplay display, EGLSyncKHR sync, EGLint flags) {
+    if (isForkedChild()) return eglFailure(EGL_NOT_INITIALIZED, EGLint{EGL_FALSE});
     if (const NativeSyncs::Held held = NativeSyncs::get().find(display, sync)) {
         if (flags != 0) return eglFailure(EGL_BAD_PARAMETER, EGLint{EGL_FALSE});
         return held->serverWait();

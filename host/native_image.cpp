@@ -8,6 +8,7 @@
 #include "host/egl_error.h"
 #include "host/pixel_store.h"
 #include "host/process_wide.h"
+#include "host/thread.h"
 
 namespace android::host {
 namespace {
@@ -36,7 +37,8 @@ bool NativeImages::addBuffer(GraphicBuffer* buffer, const std::shared_ptr<PixelS
 }
 
 void NativeImages::removeBuffer(const GraphicBuffer* buffer) {
-    Buffer removed;  // Outlives the lock: with it may go the last hold on the pixels.
+    if (isForkedChild()) return;  // Nobody imports anything there.
+    Buffer removed;               // Outlives the lock: with it may go the last hold on the pixels.
     const std::lock_guard<std::mutex> lock(mMutex);
     const auto found = mBuffers.find(buffer->getNativeBuffer());
     if (found == mBuffers.end()) return;
@@ -80,6 +82,7 @@ EGLImageKHR NativeImages::create(EGLDisplay display, EGLContext context, EGLClie
 }
 
 EGLBoolean NativeImages::destroy(EGLDisplay display, EGLImageKHR image) {
+    if (isForkedChild()) return eglFailure(EGL_NOT_INITIALIZED, EGLBoolean{EGL_FALSE});
     ANativeWindowBuffer* released = nullptr;
     {
         std::unique_lock<std::mutex> lock(mMutex);

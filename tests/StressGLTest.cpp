@@ -17,6 +17,13 @@
 #include "support/operations.h"
 #include "support/process.h"
 
+// What the library's EGL calls are bound to.
+extern "C" {
+decltype(eglGetError) __wrap_eglGetError;
+decltype(eglInitialize) __wrap_eglInitialize;
+decltype(eglTerminate) __wrap_eglTerminate;
+}
+
 namespace android::test {
 namespace {
 
@@ -146,10 +153,12 @@ class Repeated {
 };
 
 // What is pending stays so in a child, what is new is refused, and it may fork again.
-bool isFineInAChild(const sp<GraphicBuffer>& buffer, const sp<Fence>& fence) {
+bool isFineInAChild(EGLDisplay display, const sp<GraphicBuffer>& buffer, const sp<Fence>& fence) {
     void* address = nullptr;
     const bool fine = buffer->lock(kRead, &address) == NO_INIT && buffer->unlock() == NO_INIT &&
                       makeBuffer(1, 1)->initCheck() == NO_INIT &&
+                      __wrap_eglInitialize(display, nullptr, nullptr) == EGL_FALSE &&
+                      __wrap_eglGetError() == EGL_NOT_INITIALIZED &&
                       property_set("test.child", "1") == 0 && fence->wait(kLongMs) == NO_ERROR;
     if (fork() == 0) _exit(0);
     int status = -1;
@@ -169,12 +178,17 @@ TEST(ProcessGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
         dst = makeBuffer(256, 256);
         const sp<GraphicBuffer> busy = makeBuffer(64, 64, PIXEL_FORMAT_RGBA_8888, kSeldomUse);
         const Repeated locks([&busy] { bytesOf(busy); });
+        const EGLDisplay display = UpscalerPeer::display(*upscaler);
+        const Repeated uses([display] {
+            __wrap_eglInitialize(display, nullptr, nullptr);
+            __wrap_eglTerminate(display);
+        });
         const Repeated settings([] { property_set("test.busy", "1"); });
         for (int i = 0; i < 20; ++i) {
             upscaler->casSharpen(src, dst, 0.5f, &fence);
             if (fork() == 0) {
                 alarm(20);
-                const bool fine = isFineInAChild(busy, fence);
+                const bool fine = isFineInAChild(display, busy, fence);
 #ifdef UPSCALER_SANITIZED  // The leak checker would look for the parent's threads.
                 _exit(fine ? 0 : 1);
 #endif
