@@ -11,9 +11,10 @@
 namespace android::host {
 namespace {
 
-// Of EGL_ANGLE_platform_angle, which the EGL headers leave out.
+// Of EGL_ANGLE_platform_angle and EGL_ANGLE_feature_control, which the EGL headers leave out.
 constexpr EGLenum kPlatformAngle = 0x3202;
 constexpr EGLAttrib kNativePlatformType = 0x348F;
+constexpr EGLAttrib kFeatureOverridesDisabled = 0x3467;
 
 bool initializes(EGLDisplay display) {
     return display != EGL_NO_DISPLAY &&
@@ -39,8 +40,13 @@ EGLDisplay openDrivers() {
 EGLDisplay openAngle() {
     if (!driver().hasExtension(EGL_NO_DISPLAY, "EGL_ANGLE_platform_angle")) return EGL_NO_DISPLAY;
     static char native;
-    constexpr EGLAttrib attributes[] = {kNativePlatformType, EGL_PLATFORM_SURFACELESS_MESA,
-                                        EGL_NONE};
+    // With it, the GPU waits for ever if one context reads what another's commands, recorded but
+    // not yet submitted, use: as in a lock of the source during an operation.
+    static const char* const deadlocks[] = {"useVkEventForImageBarrier", nullptr};
+    const bool hasFeatures = driver().hasExtension(EGL_NO_DISPLAY, "EGL_ANGLE_feature_control");
+    const EGLAttrib attributes[] = {kNativePlatformType, EGL_PLATFORM_SURFACELESS_MESA,
+                                    hasFeatures ? kFeatureOverridesDisabled : EGL_NONE,
+                                    reinterpret_cast<EGLAttrib>(deadlocks), EGL_NONE};
     return openPlatform(kPlatformAngle, &native, attributes);
 }
 

@@ -45,6 +45,24 @@ struct Warm {
     }
 };
 
+// Does the work again and again, on a thread of its own.
+class Repeated {
+  public:
+    explicit Repeated(std::function<void()> work)
+        : mThread([this, work = std::move(work)] {
+              while (!mIsOver)
+                  work();
+          }) {}
+    ~Repeated() {
+        mIsOver = true;
+        mThread.join();
+    }
+
+  private:
+    std::atomic<bool> mIsOver{false};
+    std::thread mThread;
+};
+
 // Waits for a copy or a merged one, and lets the others go early: `turn` chooses.
 bool useFence(const sp<Fence>& fence, const sp<Fence>& earlier, size_t turn) {
     const sp<Fence> copies[] = {fence, new Fence(fence->dup()),
@@ -103,6 +121,20 @@ TEST(StressGLTest, UpscalersOnThreadsShareASourceAndComeAndGo) {
     EXPECT_THAT(log.errors(), IsEmpty());
 }
 
+// In a process of its own, since a GPU that waits for ever cannot be left otherwise.
+TEST(ProcessGLTest, TheSourceMayBeReadDuringAnOperation) {
+    inAProcess([] {
+        const sp<GraphicBuffer> src = makeBuffer(64, 64, PIXEL_FORMAT_RGBA_8888, kSeldomUse);
+        const Repeated reads([&src] { bytesOf(src); });
+        Warm warm;
+        warm.src = src;
+        for (int i = 0; i < 100; ++i) {
+            warm.upscaler->fsrResize(warm.src, warm.dst, 0.2f, &warm.fence);
+            if (warm.fence->wait(kLongMs) != NO_ERROR) _exit(2);
+        }
+    });
+}
+
 // Whatever a client leaves behind, and in whichever order its own statics go.
 TEST(ProcessGLTest, ExitEndsWhatIsLeftOpenAndSignals) {
     inAProcess([] {
@@ -133,24 +165,6 @@ TEST(ProcessGLTest, NoDisplayServerIsNeeded) {
         });
     }
 }
-
-// Does the work again and again, on a thread of its own.
-class Repeated {
-  public:
-    explicit Repeated(std::function<void()> work)
-        : mThread([this, work = std::move(work)] {
-              while (!mIsOver)
-                  work();
-          }) {}
-    ~Repeated() {
-        mIsOver = true;
-        mThread.join();
-    }
-
-  private:
-    std::atomic<bool> mIsOver{false};
-    std::thread mThread;
-};
 
 // What is pending stays so in a child, what is new is refused, and it may fork again.
 bool isFineInAChild(EGLDisplay display, const sp<GraphicBuffer>& buffer, const sp<Fence>& fence) {
