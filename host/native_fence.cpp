@@ -20,14 +20,16 @@ namespace {
 
 constexpr EGLint kNoDescriptor = EGL_NO_NATIVE_FENCE_FD_ANDROID;
 
-// The latest display that was found to have none: asked at each frame, and some lists are long.
+// The latest display of either kind: asked twice a frame, and some lists of extensions are long.
+std::atomic<EGLDisplay> displayWithFences{EGL_NO_DISPLAY};
 std::atomic<EGLDisplay> displayWithoutFences{EGL_NO_DISPLAY};
 
 bool driverHasFences(EGLDisplay display) {
+    if (display == displayWithFences.load()) return true;
     if (display == displayWithoutFences.load()) return false;
-    if (driver().hasExtension(display, "EGL_ANDROID_native_fence_sync")) return true;
-    displayWithoutFences = display;
-    return false;
+    const bool has = driver().hasExtension(display, "EGL_ANDROID_native_fence_sync");
+    (has ? displayWithFences : displayWithoutFences) = display;
+    return has;
 }
 
 // The descriptor that a list of attributes asks for, -1 for a new fence; none for a bad list.
@@ -189,6 +191,7 @@ EGLBoolean getSyncAttribute(EGLDisplay display, EGLSync sync, EGLint attribute, 
 }
 
 void endNativeFences(EGLDisplay display) {
+    displayWithFences = EGL_NO_DISPLAY;
     displayWithoutFences = EGL_NO_DISPLAY;
     FenceWaiter::get().finish(display);
     NativeSyncs::get().releaseAll(display);
