@@ -120,6 +120,7 @@ EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor
     const InHost inHost;
     const std::lock_guard<std::mutex> lock(mClientMutex);
     const auto client = mClients.try_emplace(display, 0).first;  // First, since it may throw.
+    const InDriver inDriver;
     if (isDefault(display)) driver().eglBindAPI(EGL_OPENGL_ES_API);
     const EGLBoolean done = driver().eglInitialize(display, major, minor);
     if (done == EGL_TRUE) {
@@ -133,21 +134,25 @@ EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor
 EGLBoolean Displays::terminate(EGLDisplay display, EndUses* endUses) {
     if (isForkedChild()) return eglFailure(EGL_NOT_INITIALIZED, EGLBoolean{EGL_FALSE});
     const InHost inHost;
+    const auto succeed = [] {
+        const InDriver inDriver;
+        setEglSuccess();
+        return EGLBoolean{EGL_TRUE};
+    };
     const std::lock_guard<std::mutex> lock(mClientMutex);
     const auto client = mClients.find(display);
     if (client != mClients.end()) {
         if (client->second > 1) {
             --client->second;
-            setEglSuccess();
-            return EGL_TRUE;
+            return succeed();
         }
         if (isDefault(display)) mUsableDefault = EGL_NO_DISPLAY;
         endUses(display);
         mClients.erase(client);
     }
-    if (!isDefault(display)) return driver().eglTerminate(display);
-    setEglSuccess();
-    return EGL_TRUE;
+    if (isDefault(display)) return succeed();
+    const InDriver inDriver;
+    return driver().eglTerminate(display);
 }
 
 const char* Displays::queryString(EGLDisplay display, EGLint name) {

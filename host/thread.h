@@ -12,13 +12,14 @@ namespace android::host {
 constexpr std::chrono::seconds kDriverPatience{3};
 
 /// Starts a thread of the host's own: named for debuggers, with all signals blocked, so that the
-/// client's handlers stay on the client's threads and a pipe without a reader ends nothing, and
+/// client's handlers stay on the client's threads and a socket without a reader ends nothing, and
 /// with the floating-point environment of a new process, whatever the caller's is.
 /// @throws std::system_error if there is no thread to be had, std::bad_alloc.
 std::thread startThread(const char* name, std::function<void()> body);
 
-/// Held by a thread of the host's own while it is in the driver. A fork waits until none is, but
-/// not for ever, so that the child gets no lock of the driver's that nobody would ever release.
+/// Held by a thread while it is in the driver on the host's account. Not to be nested. A fork waits
+/// until none is, but not for ever, so that the child gets no lock of the driver's that nobody
+/// would ever release.
 class InDriver {
   public:
     InDriver();

@@ -201,7 +201,7 @@ TEST(ProcessGLTest, AForkInTheMiddleDisturbsNeitherProcess) {
         for (int i = 0; i < 20; ++i) {
             upscaler->casSharpen(src, dst, 0.5f, &fence);
             if (fork() == 0) {
-                alarm(20);
+                endIfItHangs(20);
                 const bool fine = isFineInAChild(display, busy, fence);
 #ifdef UPSCALER_SANITIZED  // The leak checker would look for the parent's threads.
                 _exit(fine ? 0 : 1);

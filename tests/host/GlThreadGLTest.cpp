@@ -113,7 +113,7 @@ TEST(GlThreadGLTest, ForkDoesNotWaitForEverForTheDriver) {
         StuckDriver stuck;
         const pid_t child = fork();
         if (child == 0) {
-            alarm(20);
+            endIfItHangs(20);
             void* address = nullptr;
             _exit(stuck.buffer->lock(kRead, &address) == NO_INIT ? 0 : 1);
         }

@@ -255,7 +255,7 @@ void failEachAtTheStart(Whose whose, const Work& work) {
         SCOPED_TRACE("after " + std::to_string(before) + " allocations");
         EXPECT_EXIT(
                 {
-                    alarm(60);
+                    endIfItHangs(60);
                     exitWithFailures(failOne(whose, before, work) ? kDone : kNoneLeft);
                 },
                 [&outcome](int status) {

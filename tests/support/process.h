@@ -4,6 +4,7 @@
 #define TESTS_SUPPORT_PROCESS_H
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -43,12 +44,22 @@ inline size_t residentKiB() {
     exit(result->Failed() ? 1 : unlessFailed);
 }
 
+// Ends this process if it hangs, and says so: a test that shows no more than SIGALRM's number hides
+// why.
+inline void endIfItHangs(unsigned seconds) {
+    signal(SIGALRM, [](int) {
+        constexpr char kText[] = "the process hung, and was ended\n";
+        _exit(write(STDERR_FILENO, kText, sizeof(kText) - 1) > 0 ? 2 : 3);
+    });
+    alarm(seconds);
+}
+
 // Runs `work` in a new process, which ends by way of its exit handlers.
 template <typename Work>
 void inAProcess(const Work& work) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto workAndExit = [&] {
-        alarm(120);
+        endIfItHangs(120);
         work();
         exitWithFailures();
     };
