@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "host/displays.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "host/driver.h"
@@ -50,6 +52,13 @@ EGLDisplay openAngle() {
     return openPlatform(kPlatformAngle, &native, attributes);
 }
 
+bool isSoftware(EGLAttrib device) {
+    if (driver().eglQueryDeviceStringEXT == nullptr) return false;
+    const char* const extensions = driver().eglQueryDeviceStringEXT(
+            reinterpret_cast<EGLDeviceEXT>(device), EGL_EXTENSIONS);
+    return extensions != nullptr && std::strstr(extensions, "EGL_MESA_device_software") != nullptr;
+}
+
 // A display on the device of `display`.
 EGLDisplay openDevice(EGLDisplay display) {
     EGLAttrib device = 0;
@@ -58,6 +67,10 @@ EGLDisplay openDevice(EGLDisplay display) {
         driver().eglQueryDisplayAttribEXT(display, EGL_DEVICE_EXT, &device) != EGL_TRUE) {
         return EGL_NO_DISPLAY;
     }
+    // Mesa 25 crashes on a display of a DRM device without a driver of its own, such as a virtual
+    // machine's, if it is told to use software.
+    const char* const forced = getenv("LIBGL_ALWAYS_SOFTWARE");
+    if (forced != nullptr && *forced != '\0' && !isSoftware(device)) return EGL_NO_DISPLAY;
     // Mesa makes a difference between an empty list and none, which is what most programs give.
     constexpr EGLAttrib empty[] = {EGL_NONE};
     return openPlatform(EGL_PLATFORM_DEVICE_EXT, reinterpret_cast<void*>(device), empty);

@@ -20,7 +20,7 @@ namespace android::host {
 #define HOST_EGL_EXTENSION_FUNCTIONS(X) \
     X(eglClientWaitSyncKHR) X(eglCreateImageKHR) X(eglCreateSyncKHR) X(eglDestroyImageKHR) \
     X(eglDestroySyncKHR) X(eglDupNativeFenceFDANDROID) X(eglGetSyncAttribKHR) \
-    X(eglQueryDisplayAttribEXT) X(eglWaitSyncKHR)
+    X(eglQueryDeviceStringEXT) X(eglQueryDisplayAttribEXT) X(eglWaitSyncKHR)
 #define HOST_GL_FUNCTIONS(X) \
     X(glBindFramebuffer) X(glBindTexture) X(glCheckFramebufferStatus) X(glDeleteTextures) \
     X(glEGLImageTargetTexture2DOES) X(glFinish) X(glFlush) X(glFramebufferTexture2D) X(glGenFramebuffers) X(glGenTextures) \

@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <map>
+#include <regex>
 #include <string>
 
 #include "host/GlClient.h"
@@ -97,10 +98,12 @@ EXPORTED void* dlopen(const char* file, int mode) {
 EXPORTED const char* eglQueryString(EGLDisplay display, EGLint name) {
     using namespace android::test;
     const char* real = next<decltype(&eglQueryString)>("eglQueryString")(display, name);
-    if (display == EGL_NO_DISPLAY || name != EGL_EXTENSIONS || !hand.hasNativeFences) return real;
-    if (real == nullptr) return nullptr;
-    static const std::string extensions = std::string(real) + " EGL_ANDROID_native_fence_sync";
-    return extensions.c_str();
+    if (display == EGL_NO_DISPLAY || name != EGL_EXTENSIONS || real == nullptr) return real;
+    // Whether or not the real driver has them too.
+    constexpr char kFences[] = "EGL_ANDROID_native_fence_sync";
+    static const std::string without = std::regex_replace(real, std::regex(kFences), "");
+    static const std::string with = without + ' ' + kFences;
+    return (hand.hasNativeFences ? with : without).c_str();
 }
 
 EXPORTED __eglMustCastToProperFunctionPointerType eglGetProcAddress(const char* name) {
