@@ -240,7 +240,7 @@ TEST_F(NativeFenceGLTest, AWaitForAStuckFenceEnds) {
     EXPECT_EQ(waited, 10000);
 }
 
-// The host's syncs are no handles of the driver's.
+// The host's syncs are not handles of the driver's.
 TEST_F(NativeFenceGLTest, TheFunctionsOfEgl15TakeTheSameSyncs) {
     hand.held = false;
     const EGLDisplay display = mClient.display;

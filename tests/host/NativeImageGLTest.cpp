@@ -76,7 +76,7 @@ TEST(NativeImageGLTest, ArgumentsAreChecked) {
     EXPECT_EQ(errorOf(client.destroyImage(EGL_NO_DISPLAY, client.import(buffer))), EGL_BAD_DISPLAY);
     EXPECT_EQ(errorOf(client.destroyImage(display, EGL_NO_IMAGE_KHR)), EGL_BAD_PARAMETER);
 
-    // What is no live buffer is refused unread.
+    // A pointer that is not a live buffer is refused unread.
     std::vector<void*> pointers = {
             nullptr, mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0),
             makeBuffer(4, 4)->getNativeBuffer()};

@@ -69,9 +69,10 @@ class UPSCALER_HOST_API Fence : public LightRefBase<Fence>, public Flattenable<F
     /// none) on failure.
     int dup() const;
 
-    /// When the work was done: nanoseconds of CLOCK_MONOTONIC, SIGNAL_TIME_PENDING if it is not,
-    /// and SIGNAL_TIME_INVALID if there is no descriptor or it keeps no time. The host's own
-    /// descriptors keep it for the latest few thousand fences of this process.
+    /// When the work was done, in nanoseconds of CLOCK_MONOTONIC. SIGNAL_TIME_PENDING if it is not
+    /// done; SIGNAL_TIME_INVALID if there is no descriptor, or one without a time. For the host's
+    /// own fences it is the time at which the host saw the end of the work, and the host remembers
+    /// the times of the latest few thousand fences of the process.
     nsecs_t getSignalTime() const;
     /// What a `wait` of no length finds.
     Status getStatus();

@@ -22,13 +22,12 @@ class PixelStore;
 
 /// Pixels that the CPU and the GPU share, held by `sp`.
 ///
-/// They live in a texture of the host's own GL context, so a buffer needs a driver and outlives
-/// every other context. Any thread may call any member, whatever context it has current. The CPU
-/// sees the pixels between a lock and its unlock; the GPU sees them through an EGL image of
-/// `getNativeBuffer()`. Who writes with the one waits before reading with the other: for the GPU's
-/// release fence before `lock`, and for `unlock` to return before the next draw. A new buffer is
-/// all zeros. At most the driver's GL_MAX_TEXTURE_SIZE wide and high, in a format of
-/// `PixelFormat.h`.
+/// They live in a texture of the host's own GL context. A buffer therefore needs a driver, and it
+/// outlives every other context. Any thread may call any member, whatever context it has current.
+/// The CPU sees the pixels between a lock and its unlock. The GPU sees them through an EGL image of
+/// `getNativeBuffer()`. Wait for the GPU's release fence before `lock`, and let `unlock` return
+/// before the next draw. A new buffer is all zeros. The width and height are at most the driver's
+/// GL_MAX_TEXTURE_SIZE, and the format is one of `PixelFormat.h`.
 class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBase {
   public:
     enum {
@@ -60,12 +59,11 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// A buffer without pixels: sizes 0, `initCheck` OK, refused by `lock` and as an EGL image.
     GraphicBuffer();
 
-    /// Makes the pixels; ask `initCheck` whether that worked. On failure all sizes are reported
-    /// as 0.
-    /// @param inWidth, inHeight in pixels. One that is 0 is reported so, and stored as 1.
-    /// @param inLayerCount 0 and 1 mean one layer; more are not to be had.
-    /// @param inUsage reported by `getUsage`; the host enforces none of it. If it has
-    ///     USAGE_SW_READ_OFTEN or USAGE_SW_WRITE_OFTEN, the memory behind `lock` is kept.
+    /// Allocates the pixels. `initCheck` says whether that worked; after a failure all sizes are 0.
+    /// @param inWidth, inHeight in pixels. A 0 is reported as 0 and stored as 1.
+    /// @param inLayerCount 0 and 1 mean one layer. The host does not support more.
+    /// @param inUsage reported by `getUsage`. The host enforces none of it. With
+    ///     USAGE_SW_READ_OFTEN or USAGE_SW_WRITE_OFTEN it keeps the memory behind `lock`.
     /// @param requestorName for the log line of a failure.
     GraphicBuffer(uint32_t inWidth, uint32_t inHeight, PixelFormat inFormat, uint32_t inLayerCount,
                   uint64_t inUsage, std::string requestorName = "<Unknown>");
@@ -76,9 +74,10 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// The buffer of a `getNativeBuffer()`; null for null.
     static sp<GraphicBuffer> from(ANativeWindowBuffer* native);
 
-    /// OK, or why there are no pixels: BAD_VALUE for a format or layer count that is not to be had
-    /// or a size whose bytes cannot be counted, NO_MEMORY for another size or without memory for
-    /// the host itself, NO_INIT without a working driver and in a forked child.
+    /// OK, or the reason why there are no pixels. BAD_VALUE: the host does not support the format
+    /// or the layer count, or the number of bytes overflows. NO_MEMORY: the size is too large, or
+    /// the host itself has no memory. NO_INIT: there is no working driver, or this is a forked
+    /// child.
     status_t initCheck() const { return mInitCheck; }
 
     /// Replaces the pixels by new ones, all zeros, as the constructor makes them; does nothing if
@@ -109,12 +108,13 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
     /// What `eglCreateImageKHR` takes as its client buffer. Never null; owned by this object.
     ANativeWindowBuffer* getNativeBuffer() const;
 
-    /// Shows the pixels to the CPU. Waits for no fence. Each successful lock wants an unlock; locks
-    /// may nest, in any thread, and then share one view. Reads the pixels back from the GPU, unless
-    /// the memory was kept, the last lock was for writing, and the GPU has since been given the
-    /// buffer as an external texture only, if at all.
-    /// @param inUsage with at least one USAGE_SW_* bit; with no write bit, changes are dropped. A
-    ///     lock for writing only still shows the pixels, so what it leaves alone stays as it was.
+    /// Shows the pixels to the CPU. It does not wait for a fence. Each successful lock needs an
+    /// unlock. Locks can nest, in any thread, and then share one view. The call reads the pixels
+    /// back from the GPU, unless the host kept the memory, the last lock was for writing, and the
+    /// GPU has had the buffer as an external texture at most since then.
+    /// @param inUsage has at least one USAGE_SW_* bit. Without a write bit, changes are dropped. A
+    ///     lock for writing only also shows the pixels, so pixels that are not written stay as they
+    ///     were.
     /// @param vaddr not null; gets the first row's address, good until the last unlock, or null.
     /// @param outBytesPerPixel, outBytesPerStride get the bytes of a pixel and of a row; may be
     ///     null.
@@ -137,8 +137,8 @@ class UPSCALER_HOST_API GraphicBuffer : public ANativeWindowBuffer, public RefBa
                        int32_t* outBytesPerPixel = nullptr, int32_t* outBytesPerStride = nullptr);
 
     /// Ends a lock. If any lock of the view was for writing, the GPU has the pixels on return.
-    /// @return OK, also without a lock; NO_MEMORY, NO_INIT or UNKNOWN_ERROR if the pixels did not
-    ///     get there: the lock is over all the same.
+    /// @return OK, also without a lock. NO_MEMORY, NO_INIT or UNKNOWN_ERROR if the pixels did not
+    ///     reach the GPU; the lock has ended in that case, too.
     status_t unlock();
     /// As `unlock`. The pixels are there on return, so `*fenceFd` becomes -1; may be null.
     status_t unlockAsync(int* fenceFd);

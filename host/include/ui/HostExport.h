@@ -2,7 +2,7 @@
 #ifndef UPSCALER_HOST_UI_HOSTEXPORT_H
 #define UPSCALER_HOST_UI_HOSTEXPORT_H
 
-/// Marks what libupscaler_host exports; all else in it is hidden.
+/// Marks what libupscaler_host exports; everything else in it is hidden.
 #define UPSCALER_HOST_API __attribute__((visibility("default")))
 
 #endif  // UPSCALER_HOST_UI_HOSTEXPORT_H
