@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <filesystem>
@@ -16,117 +15,16 @@
 #include <set>
 #include <utility>
 
+#include "command/picture_job.h"
 #include "command/worker.h"
-#include "common/listed.h"
-#include "common/output_file.h"
-#include "common/stopwatch.h"
 #include "gpu/library_log.h"
 #include "gpu/scaler.h"
-#include "pictures/alpha.h"
 #include "pictures/formats.h"
 
 namespace upscale {
 namespace {
 
 constexpr std::size_t kMostNamed = 10;
-
-void expectFormatTakes(const std::string& name, const PictureFormat& format, Size size) {
-    if (std::max(size.width, size.height) <= format.largestSide) return;
-    throw Failure(Exit::Failed, name,
-                  inPixels(size) + " is too large: " + format.name + " takes " +
-                          std::to_string(format.largestSide) + " pixels a side");
-}
-
-[[noreturn]] void failTransparent(const std::string& name, const PictureFormat& format) {
-    std::vector<std::string> others;
-    for (const PictureFormat& other : kPictureFormats) {
-        if (other.alpha) others.push_back(other.name);
-    }
-    throw Failure(Exit::Failed, name,
-                  "the picture is transparent in parts, which " + format.name + " cannot hold; " +
-                          listed(others, "and") + " can");
-}
-
-// A picture on its way from file to file.
-class Job {
-  public:
-    Job(const Arguments& arguments, Report& report, const std::string& input)
-        : mArguments(arguments),
-          mReport(report),
-          mInput(input),
-          mPicture(openPicture(input)),
-          mFormat(arguments.format ? *arguments.format : *mPicture.format),
-          mFrom{mPicture.reader->width(), mPicture.reader->height()},
-          mTo(arguments.outputSize(input, mFrom)) {}
-
-    const PictureFormat& format() const { return mFormat; }
-
-    // Checks that there can be such a file.
-    void setOutput(const std::string& path) {
-        mOutput = path;
-        mFile = std::make_unique<OutputFile>(path, mArguments.force);
-        expectFormatTakes(path, mFormat, mTo);
-    }
-
-    void scale(Scaler& scaler) {
-        scaler.expectFits(mInput, mFrom);
-        scaler.expectFits(mOutput, mTo);
-        mPlan = scaler.plan(mFrom, mTo);
-        Stopwatch watch;
-        Picture source = mPicture.reader->read();
-        if (!mFormat.alpha && hasTransparency(source)) failTransparent(mOutput, mFormat);
-        if (mPicture.reader->depth() > 8) {
-            mReport.warning(mInput + ": " + std::to_string(mPicture.reader->depth()) +
-                            " bits a channel are reduced to 8");
-        }
-        mPicture.reader.reset();
-        mReadTime = watch.lap();
-        mResult = scaler.scale(std::move(source), mPlan, mArguments.sharpness);
-        mDriver = scaler.driver();
-        mTimes = scaler.takeTimes();
-    }
-
-    // On any thread.
-    void write() {
-        Stopwatch watch;
-        writePicture(mResult, mFormat, mArguments.quality, mFile->open(), mOutput);
-        mFile->commit();
-        mWriteTime = watch.lap();
-    }
-
-    void reportTimes() const {
-        if (!mReport.verbose()) return;
-        char line[1024];
-        std::snprintf(
-                line, sizeof(line), "%s, sharpness %g: %s to %s (with its border, %s to %s)%s",
-                mArguments.operation->name, static_cast<double>(mArguments.sharpness),
-                inPixels(mFrom).c_str(), inPixels(mTo).c_str(), inPixels(mPlan.from).c_str(),
-                inPixels(mPlan.to).c_str(), hasTransparency(mResult) ? ", with transparency" : "");
-        mReport.note("driver: " + mDriver);
-        mReport.note(line);
-        std::snprintf(line, sizeof(line),
-                      "ms: read %.1f, upload %.1f, call %.1f, GPU %.1f, download %.1f, write %.1f",
-                      mReadTime, mTimes.upload, mTimes.call, mTimes.gpu, mTimes.download,
-                      mWriteTime);
-        mReport.note(line);
-    }
-
-  private:
-    const Arguments& mArguments;
-    Report& mReport;
-    std::string mInput;
-    std::string mOutput;
-    OpenPicture mPicture;
-    const PictureFormat& mFormat;
-    Size mFrom, mTo;
-    ScalePlan mPlan = {};
-    std::unique_ptr<OutputFile> mFile;
-    Picture mResult;
-    std::string mDriver;
-    Times mTimes;
-    double mReadTime = 0;
-    double mWriteTime = 0;
-};
 
 bool isFolder(const std::string& path) {
     std::error_code error;
@@ -170,7 +68,7 @@ class Batch {
         makeFolder(mArguments.output);
         mReport.startProgress("pictures", mInputs.size());
         for (const std::string& input : mInputs) {
-            std::shared_ptr<Job> job;
+            std::shared_ptr<PictureJob> job;
             const auto scale = [&] {
                 job = begin(input);
                 job->scale(scaler);
@@ -202,9 +100,9 @@ class Batch {
         mInputs.insert(mInputs.end(), pictures.begin(), pictures.end());
     }
 
-    std::shared_ptr<Job> begin(const std::string& input) {
+    std::shared_ptr<PictureJob> begin(const std::string& input) {
         if (isFolder(input)) picturesIn(input);
-        auto job = std::make_shared<Job>(mArguments, mReport, input);
+        auto job = std::make_shared<PictureJob>(mArguments, mReport, input);
         const std::string output = within(mArguments.output, outputName(input, job->format()));
         expectUnused(input, output);
         job->setOutput(output);
@@ -293,7 +191,7 @@ class Batch {
     std::size_t mSettled = 0;
     bool mStopped = false;
     Exit mExit = Exit::Done;
-    std::pair<std::string, std::shared_ptr<Job>> mLast;  // that the worker writes
+    std::pair<std::string, std::shared_ptr<PictureJob>> mLast;  // that the worker writes
     Worker mWorker;
 };
 
@@ -327,7 +225,7 @@ std::vector<std::string> picturesIn(const std::string& folder) {
 }
 
 void scalePicture(const Arguments& arguments, Report& report) {
-    Job job(arguments, report, arguments.inputs.front());
+    PictureJob job(arguments, report, arguments.inputs.front());
     job.setOutput(arguments.output);
     LibraryLog log(arguments.verbose);
     Scaler scaler(*arguments.operation, arguments.border, log, report);
