@@ -53,7 +53,7 @@ std::string readAll(std::FILE* file) {
 std::string stored(const Picture& picture, const Encoding& encoding) {
     std::FILE* file = std::tmpfile();
     const PictureFormat& format = *formatNamed(encoding.format);
-    upscale::writePicture(picture, format, encoding.quality, file, "stored");
+    upscale::writePicture(picture, format, {encoding.quality}, file, "stored");
     std::rewind(file);
     const std::string bytes = readAll(file);
     std::fclose(file);
@@ -212,6 +212,50 @@ TEST(PictureFileTest, EveryFormatKeepsWhatItHasRoomFor) {
                 EXPECT_LE(mean, encoding.lossless ? 0 : 3);
             }
         }
+    }
+}
+
+// Calls `pass` with the first row and the count of uneven parts of a picture.
+template <typename Pass>
+void byParts(std::uint32_t height, const Pass& pass) {
+    for (std::uint32_t y = 0, count = 1; y < height; y += count, count = count * 3 % 7) {
+        count = std::min(count, height - y);
+        pass(y, count);
+    }
+}
+
+Picture loadedByParts(const std::string& bytes, bool streams) {
+    const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    const auto reader = upscale::openPicture(memoryFile(data, bytes.size())).reader;
+    EXPECT_EQ(reader->streams(), streams);
+    Picture picture(reader->width(), reader->height());
+    byParts(picture.height,
+            [&](std::uint32_t y, std::uint32_t count) { reader->readRows(picture.row(y), count); });
+    return picture;
+}
+
+TEST(PictureFileTest, RowsByPartsAreThoseOfTheWhole) {
+    for (const Encoding& encoding : kEncodings) {
+        SCOPED_TRACE(encoding.format);
+        const PictureFormat& format = *formatNamed(encoding.format);
+        const Picture picture = slopes(31, 57, format.alpha);
+        const std::string whole = stored(picture, encoding);
+        std::FILE* file = std::tmpfile();
+        const auto writer =
+                upscale::createPicture({picture.width, picture.height, false, format.alpha, {}},
+                                       format, {encoding.quality}, file, "stored");
+        byParts(picture.height, [&](std::uint32_t y, std::uint32_t count) {
+            writer->writeRows(picture.row(y), count);
+        });
+        writer->finish();
+        std::rewind(file);
+        EXPECT_EQ(readAll(file), whole);
+        std::fclose(file);
+        EXPECT_EQ(loadedByParts(whole, format.writerStreams).pixels, loaded(whole).pixels);
+    }
+    for (const char* kind : {"-interlace PNG png:-", "-interlace JPEG jpeg:-"}) {
+        const std::string bytes = output(std::string("convert -size 9x29 gradient: ") + kind);
+        EXPECT_EQ(loadedByParts(bytes, false).pixels, loaded(bytes).pixels) << kind;
     }
 }
 

@@ -205,7 +205,7 @@ class Sheet {
         expectPossible(layout.size());
         addCells();
         Picture sheet = draw(layout);
-        writePicture(sheet, *mArguments.format, mArguments.quality, mFile.open(),
+        writePicture(sheet, *mArguments.format, {mArguments.quality}, mFile.open(),
                      mArguments.output);
         mFile.commit();
     }

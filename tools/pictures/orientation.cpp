@@ -54,8 +54,6 @@ Picture upright(Picture picture, int orientation) {
             orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
     Picture result(sideways ? picture.height : picture.width,
                    sideways ? picture.width : picture.height);
-    result.grey = picture.grey;
-    result.tags = std::move(picture.tags);
     std::uint8_t* to = result.pixels.data();
     for (std::size_t y = 0; y < result.height; ++y) {
         for (std::size_t x = 0; x < result.width; ++x, to += Picture::kChannels) {
@@ -66,7 +64,6 @@ Picture upright(Picture picture, int orientation) {
             std::copy_n(picture.pixel(row * picture.width + column), Picture::kChannels, to);
         }
     }
-    if (sideways && result.tags.density) std::swap(result.tags.density->x, result.tags.density->y);
     return result;
 }
 

@@ -20,7 +20,8 @@ constexpr bool turnsSideways(int orientation) {
     return orientation >= 5;
 }
 
-/// The picture, stored in the given orientation, as it should be seen.
+/// The pixels, stored in the given orientation, as they should be seen. Without what else the
+/// picture has.
 Picture upright(Picture picture, int orientation);
 
 }  // namespace upscale

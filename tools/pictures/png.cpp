@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "common/failure.h"
-#include "pictures/alpha.h"
 #include "pictures/codecs.h"
 
 namespace upscale {
@@ -88,15 +87,14 @@ Tags readTags(png_structp png, png_infop info) {
     return tags;
 }
 
-void writeTags(png_structp png, png_infop info, const Picture& picture) {
-    const Tags& tags = picture.tags;
+void writeTags(png_structp png, png_infop info, const Tags& tags, bool grey) {
     if (tags.intent) png_set_sRGB(png, info, *tags.intent);
     if (tags.gamma) png_set_gAMA_fixed(png, info, *tags.gamma);
     if (tags.primaries) {
         const auto& p = *tags.primaries;
         png_set_cHRM_fixed(png, info, p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7]);
     }
-    if (profileFits(tags.profile, picture.grey)) {
+    if (profileFits(tags.profile, grey)) {
         png_set_iCCP(png, info, tags.profileName.c_str(), PNG_COMPRESSION_TYPE_BASE,
                      tags.profile.data(), static_cast<png_uint_32>(tags.profile.size()));
     }
@@ -109,44 +107,37 @@ void writeTags(png_structp png, png_infop info, const Picture& picture) {
 class PngReader : public PictureReader {
   public:
     explicit PngReader(InputFile file) : mFile(std::move(file)) {
-        const auto readHeader = [this] {
+        PictureHeader header;
+        int depth = 0;
+        int colours = 0;
+        int interlaced = 0;
+        run([&] {
             png_set_read_fn(png(), &mFile, readBytes);
             png_set_user_limits(png(), kLargestSide, kLargestSide);
             png_set_chunk_malloc_max(png(), kLargestChunk);
             png_set_chunk_cache_max(png(), kMostChunks);
             png_read_info(png(), info());
-            png_get_IHDR(png(), info(), &mWidth, &mHeight, &mDepth, &mColourType, nullptr, nullptr,
-                         nullptr);
-        };
-        if (!succeeds(png(), readHeader)) mFile.fail(mHandles.error.text);
-    }
-
-    std::uint32_t width() const override { return mWidth; }
-    std::uint32_t height() const override { return mHeight; }
-    int depth() const override { return mDepth; }
-
-    Picture read() override {
-        const std::uint64_t rawBytes = std::uint64_t{png_get_rowbytes(png(), info())} * mHeight;
+            png_get_IHDR(png(), info(), &header.width, &header.height, &depth, &colours,
+                         &interlaced, nullptr, nullptr);
+            header.alpha = (colours & PNG_COLOR_MASK_ALPHA) != 0 ||
+                           png_get_valid(png(), info(), PNG_INFO_tRNS) != 0;
+        });
+        const std::uint64_t rawBytes =
+                std::uint64_t{png_get_rowbytes(png(), info())} * header.height;
         if (mFile.size() != 0 && rawBytes / kBestCompression > mFile.size()) mFile.fail(kCutShort);
-
-        Picture picture(mWidth, mHeight);
-        picture.grey = (mColourType & PNG_COLOR_MASK_COLOR) == 0;
-        picture.tags = readTags(png(), info());
-        std::vector<png_bytep> rows(mHeight);
-        for (std::size_t y = 0; y < rows.size(); ++y) {
-            rows[y] = picture.row(y);
-        }
-        const auto readPixels = [this, &rows] {
+        header.grey = (colours & PNG_COLOR_MASK_COLOR) == 0;
+        header.tags = readTags(png(), info());
+        run([this] {
             png_set_expand(png());
             png_set_scale_16(png());
             png_set_gray_to_rgb(png());
             png_set_add_alpha(png(), Picture::kOpaque, PNG_FILLER_AFTER);
-            png_set_interlace_handling(png());
-            png_read_image(png(), rows.data());
-            png_read_end(png(), nullptr);
-        };
-        if (!succeeds(png(), readPixels)) mFile.fail(mHandles.error.text);
-        return picture;
+            mPasses = png_set_interlace_handling(png());
+            png_start_read_image(png());
+        });
+        mRowBytes = std::size_t{header.width} * Picture::kChannels;
+        mRowsLeft = header.height;
+        setHeader(std::move(header), depth, interlaced == PNG_INTERLACE_NONE, 1);
     }
 
   private:
@@ -163,61 +154,97 @@ class PngReader : public PictureReader {
         Handles& operator=(const Handles&) = delete;
     };
 
+    void readStored(std::uint8_t* rows, std::uint32_t count) override {
+        mRowsLeft -= count;
+        run([=] {
+            for (int pass = 0; pass < mPasses; ++pass) {
+                for (std::uint32_t y = 0; y < count; ++y) {
+                    png_read_row(png(), rows + y * mRowBytes, nullptr);
+                }
+            }
+            if (mRowsLeft == 0) png_read_end(png(), nullptr);
+        });
+    }
+
+    template <typename Calls>
+    void run(const Calls& calls) {
+        if (!succeeds(png(), calls)) mFile.fail(mHandles.error.text);
+    }
+
     png_structp png() const { return mHandles.png; }
     png_infop info() const { return mHandles.info; }
 
     InputFile mFile;
     Handles mHandles;
-    png_uint_32 mWidth = 0;
-    png_uint_32 mHeight = 0;
-    int mDepth = 0;
-    int mColourType = 0;
+    int mPasses = 1;
+    std::size_t mRowBytes = 0;
+    std::uint32_t mRowsLeft = 0;
 };
 
-class PngWriter {
+class PngWriter : public PictureWriter {
   public:
-    PngWriter()
-        : mPng(png_create_write_struct(PNG_LIBPNG_VER_STRING, &mError, onError, onWarning)) {
-        mInfo = mPng ? png_create_info_struct(mPng) : nullptr;
-    }
-    ~PngWriter() { png_destroy_write_struct(&mPng, &mInfo); }
-    PngWriter(const PngWriter&) = delete;
-    PngWriter& operator=(const PngWriter&) = delete;
-
-    void write(const Picture& picture, std::FILE* file, const std::string& name) {
-        if (!mInfo) throw std::bad_alloc();
-        const bool alpha = hasTransparency(picture);
-        const std::size_t colours = picture.grey ? 1 : 3;
-        std::vector<png_byte> packed(picture.width * (colours + (alpha ? 1 : 0)));
-        const auto writeAll = [&] {
-            png_set_write_fn(mPng, file, writeBytes, flushBytes);
-            png_set_user_limits(mPng, kLargestSide, kLargestSide);
-            const int type = (picture.grey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB) |
-                             (alpha ? PNG_COLOR_MASK_ALPHA : 0);
-            png_set_IHDR(mPng, mInfo, picture.width, picture.height, 8, type, PNG_INTERLACE_NONE,
+    PngWriter(PictureHeader header, std::FILE* file, std::string name)
+        : PictureWriter(std::move(header), file, std::move(name)),
+          mColours(mHeader.grey ? 1 : 3),
+          mPacked(mHeader.width * (mColours + (mHeader.alpha ? 1 : 0))) {
+        run([this] {
+            png_set_write_fn(png(), mFile, writeBytes, flushBytes);
+            png_set_user_limits(png(), kLargestSide, kLargestSide);
+            const int type = (mHeader.grey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB) |
+                             (mHeader.alpha ? PNG_COLOR_MASK_ALPHA : 0);
+            png_set_IHDR(png(), info(), mHeader.width, mHeader.height, 8, type, PNG_INTERLACE_NONE,
                          PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
             // A damaged profile from another format is left out.
-            png_set_benign_errors(mPng, 1);
-            writeTags(mPng, mInfo, picture);
-            png_write_info(mPng, mInfo);
-            for (std::uint32_t y = 0; y < picture.height; ++y) {
-                const png_byte* from = picture.row(y);
-                png_byte* to = packed.data();
-                for (std::uint32_t x = 0; x < picture.width; ++x, from += Picture::kChannels) {
-                    to = std::copy_n(from, colours, to);
-                    if (alpha) *to++ = from[Picture::kChannels - 1];
+            png_set_benign_errors(png(), 1);
+            writeTags(png(), info(), mHeader.tags, mHeader.grey);
+            png_write_info(png(), info());
+        });
+    }
+
+    void writeRows(const std::uint8_t* rows, std::uint32_t count) override {
+        run([=] {
+            const std::uint8_t* from = rows;
+            for (std::uint32_t y = 0; y < count; ++y) {
+                png_byte* to = mPacked.data();
+                for (std::uint32_t x = 0; x < mHeader.width; ++x, from += Picture::kChannels) {
+                    to = std::copy_n(from, mColours, to);
+                    if (mHeader.alpha) *to++ = from[Picture::kChannels - 1];
                 }
-                png_write_row(mPng, packed.data());
+                png_write_row(png(), mPacked.data());
             }
-            png_write_end(mPng, mInfo);
-        };
-        if (!succeeds(mPng, writeAll)) throw Failure(Exit::Failed, name, mError.text);
+        });
+    }
+
+    void finish() override {
+        run([this] { png_write_end(png(), info()); });
     }
 
   private:
-    PngError mError;
-    png_structp mPng = nullptr;
-    png_infop mInfo = nullptr;
+    struct Handles {
+        PngError error;
+        png_structp png =
+                png_create_write_struct(PNG_LIBPNG_VER_STRING, &error, onError, onWarning);
+        png_infop info = png ? png_create_info_struct(png) : nullptr;
+
+        Handles() {
+            if (!info) throw std::bad_alloc();
+        }
+        ~Handles() { png_destroy_write_struct(&png, &info); }
+        Handles(const Handles&) = delete;
+        Handles& operator=(const Handles&) = delete;
+    };
+
+    template <typename Calls>
+    void run(const Calls& calls) {
+        if (!succeeds(png(), calls)) fail(mHandles.error.text);
+    }
+
+    png_structp png() const { return mHandles.png; }
+    png_infop info() const { return mHandles.info; }
+
+    Handles mHandles;
+    const std::size_t mColours;
+    std::vector<png_byte> mPacked;
 };
 
 }  // namespace
@@ -226,8 +253,9 @@ std::unique_ptr<PictureReader> openPng(InputFile file) {
     return std::make_unique<PngReader>(std::move(file));
 }
 
-void writePng(const Picture& picture, int, std::FILE* file, const std::string& name) {
-    PngWriter().write(picture, file, name);
+std::unique_ptr<PictureWriter> createPng(PictureHeader header, const Encoding&, std::FILE* file,
+                                         std::string name) {
+    return std::make_unique<PngWriter>(std::move(header), file, std::move(name));
 }
 
 }  // namespace upscale
