@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <optional>
 
 #include "fuzz/memory_file.h"
@@ -256,6 +257,28 @@ TEST(PictureFileTest, RowsByPartsAreThoseOfTheWhole) {
     for (const char* kind : {"-interlace PNG png:-", "-interlace JPEG jpeg:-"}) {
         const std::string bytes = output(std::string("convert -size 9x29 gradient: ") + kind);
         EXPECT_EQ(loadedByParts(bytes, false).pixels, loaded(bytes).pixels) << kind;
+    }
+}
+
+// Several strips, of flat and of noisy parts, each compressed in its own way.
+TEST(PictureFileTest, EveryCompressionOfPngKeepsThePixels) {
+    std::uint32_t random = 1;
+    const Picture picture = painted(1500, 700, [&](unsigned x, unsigned y) -> Rgba {
+        random = random * 1664525 + 1013904223;
+        const auto noise = static_cast<std::uint8_t>(y < 350 ? random >> 24 : x / 9 * y / 11);
+        return {noise, static_cast<std::uint8_t>(x), static_cast<std::uint8_t>(y), 255};
+    });
+    std::size_t last = std::numeric_limits<std::size_t>::max();
+    for (const auto compression :
+         {upscale::Compression::Fast, upscale::Compression::Default, upscale::Compression::Best}) {
+        std::FILE* file = std::tmpfile();
+        writePicture(picture, *formatNamed("png"), {{}, compression}, file, "stored");
+        std::rewind(file);
+        const std::string bytes = readAll(file);
+        std::fclose(file);
+        EXPECT_EQ(loaded(bytes).pixels, picture.pixels);
+        EXPECT_LT(bytes.size(), last);
+        last = bytes.size();
     }
 }
 

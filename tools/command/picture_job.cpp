@@ -68,7 +68,8 @@ void PictureJob::scale(Scaler& scaler) {
 
 void PictureJob::write() {
     Stopwatch watch;
-    writePicture(mResult, mFormat, {mArguments.quality}, mFile->open(), mOutput);
+    writePicture(mResult, mFormat, {mArguments.quality, mArguments.compression}, mFile->open(),
+                 mOutput);
     mFile->commit();
     mWriteTime = watch.lap();
 }

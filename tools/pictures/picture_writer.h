@@ -3,6 +3,7 @@
 #define UPSCALER_TOOLS_PICTURES_PICTURE_WRITER_H
 
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <utility>
@@ -13,11 +14,15 @@
 
 namespace upscale {
 
+/// How long a lossless format may take to make a file small.
+enum class Compression { Fast, Default, Best };
+
 /// How a picture is to be stored.
 struct Encoding {
     /// 1 to 100, or nothing for the format's default. A format without a quality does not look at
     /// it.
     std::optional<int> quality;
+    Compression compression = Compression::Default;
 };
 
 /// Writes one picture: its rows, and then `finish`. The header says whether it is grey, of which

@@ -9,6 +9,7 @@
 
 #include "common/failure.h"
 #include "pictures/codecs.h"
+#include "pictures/png_pixels.h"
 
 namespace upscale {
 namespace {
@@ -183,10 +184,13 @@ class PngReader : public PictureReader {
 
 class PngWriter : public PictureWriter {
   public:
-    PngWriter(PictureHeader header, std::FILE* file, std::string name)
+    PngWriter(PictureHeader header, Compression compression, std::FILE* file, std::string name)
         : PictureWriter(std::move(header), file, std::move(name)),
           mColours(mHeader.grey ? 1 : 3),
-          mPacked(mHeader.width * (mColours + (mHeader.alpha ? 1 : 0))) {
+          mPixelBytes(mColours + (mHeader.alpha ? 1 : 0)),
+          mPacked(mHeader.width * mPixelBytes),
+          mPixels(mPacked.size(), mPixelBytes, compression),
+          mRowsLeft(mHeader.height) {
         run([this] {
             png_set_write_fn(png(), mFile, writeBytes, flushBytes);
             png_set_user_limits(png(), kLargestSide, kLargestSide);
@@ -202,21 +206,24 @@ class PngWriter : public PictureWriter {
     }
 
     void writeRows(const std::uint8_t* rows, std::uint32_t count) override {
-        run([=] {
-            const std::uint8_t* from = rows;
-            for (std::uint32_t y = 0; y < count; ++y) {
-                png_byte* to = mPacked.data();
-                for (std::uint32_t x = 0; x < mHeader.width; ++x, from += Picture::kChannels) {
-                    to = std::copy_n(from, mColours, to);
-                    if (mHeader.alpha) *to++ = from[Picture::kChannels - 1];
-                }
-                png_write_row(png(), mPacked.data());
+        const std::uint8_t* from = rows;
+        for (std::uint32_t y = 0; y < count; ++y) {
+            png_byte* to = mPacked.data();
+            for (std::uint32_t x = 0; x < mHeader.width; ++x, from += Picture::kChannels) {
+                to = std::copy_n(from, mColours, to);
+                if (mHeader.alpha) *to++ = from[Picture::kChannels - 1];
             }
-        });
+            mPixels.addRow(mPacked.data(), --mRowsLeft == 0);
+            for (auto bytes = mPixels.next(); !bytes.empty(); bytes = mPixels.next()) {
+                writeChunk("IDAT", bytes);
+            }
+        }
     }
 
     void finish() override {
-        run([this] { png_write_end(png(), info()); });
+        // libpng's own end expects pixels that went through it.
+        writeChunk("IEND", {});
+        if (std::fflush(mFile) != 0) fail(std::strerror(errno));
     }
 
   private:
@@ -234,6 +241,13 @@ class PngWriter : public PictureWriter {
         Handles& operator=(const Handles&) = delete;
     };
 
+    void writeChunk(const char* type, const std::vector<png_byte>& bytes) {
+        run([&] {
+            png_write_chunk(png(), reinterpret_cast<png_const_bytep>(type), bytes.data(),
+                            bytes.size());
+        });
+    }
+
     template <typename Calls>
     void run(const Calls& calls) {
         if (!succeeds(png(), calls)) fail(mHandles.error.text);
@@ -244,7 +258,10 @@ class PngWriter : public PictureWriter {
 
     Handles mHandles;
     const std::size_t mColours;
+    const std::size_t mPixelBytes;
     std::vector<png_byte> mPacked;
+    PngPixels mPixels;
+    std::uint32_t mRowsLeft;
 };
 
 }  // namespace
@@ -253,9 +270,10 @@ std::unique_ptr<PictureReader> openPng(InputFile file) {
     return std::make_unique<PngReader>(std::move(file));
 }
 
-std::unique_ptr<PictureWriter> createPng(PictureHeader header, const Encoding&, std::FILE* file,
-                                         std::string name) {
-    return std::make_unique<PngWriter>(std::move(header), file, std::move(name));
+std::unique_ptr<PictureWriter> createPng(PictureHeader header, const Encoding& encoding,
+                                         std::FILE* file, std::string name) {
+    return std::make_unique<PngWriter>(std::move(header), encoding.compression, file,
+                                       std::move(name));
 }
 
 }  // namespace upscale
