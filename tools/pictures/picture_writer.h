@@ -40,12 +40,24 @@ class PictureWriter : public RowSink {
     /// Writes what comes after the last row.
     virtual void finish() = 0;
 
+    /// What of the header the format cannot hold, as the user calls it. Known once the writer is
+    /// made.
+    const std::vector<std::string>& dropped() const { return mDropped; }
+
   protected:
+    /// Notes what is dropped if there is any.
+    template <typename Value>
+    void drop(const Value& value, const char* what) {
+        if (!value.empty()) mDropped.push_back(what);
+    }
     [[noreturn]] void fail(const std::string& reason) const;
 
     const PictureHeader mHeader;
     std::FILE* const mFile;
     const std::string mName;
+
+  private:
+    std::vector<std::string> mDropped;
 };
 
 /// A writer that needs all pixels at once.
