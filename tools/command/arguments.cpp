@@ -433,6 +433,12 @@ void CommandLine::addWriting() {
              "a format", formats, mArguments.format);
     add(kPictures | kSheets, "--quality", "N", "Quality, 1 to 100; see Formats below",
         "a quality; give 1 to 100", numberWithin(1, 100), mArguments.quality);
+    addWords<Compression>(kPictures | kSheets, "--compression",
+                          "Time for making PNG files small: fast, default or best", "a compression",
+                          {{"fast", Compression::Fast},
+                           {"default", Compression::Default},
+                           {"best", Compression::Best}},
+                          mArguments.compression);
     addFlag(kScaling, "--force", "Replace files that exist", mArguments.force);
 }
 

@@ -43,6 +43,7 @@ struct Arguments {
     /// Null with `intoFolder` alone: each picture's own.
     const PictureFormat* format = nullptr;
     std::optional<int> quality;
+    Compression compression = Compression::Default;
     bool force = false;
     bool quiet = false;
     bool verbose = false;

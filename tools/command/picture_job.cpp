@@ -68,12 +68,16 @@ void PictureJob::scale(Scaler& scaler) {
 
 void PictureJob::write() {
     Stopwatch watch;
-    writePicture(mResult, mFormat, mArguments.quality, mFile->open(), mOutput);
+    mDropped = writePicture(mResult, mFormat, {mArguments.quality, mArguments.compression},
+                            mFile->open(), mOutput);
     mFile->commit();
     mWriteTime = watch.lap();
 }
 
 void PictureJob::reportTimes() const {
+    if (!mDropped.empty())
+        mReport.warning(mOutput + ": " + mFormat.name + " cannot hold the input's " +
+                        listed(mDropped, "and"));
     if (!mReport.verbose()) return;
     char line[1024];
     std::snprintf(line, sizeof(line), "%s, sharpness %g: %s to %s (with its border, %s to %s)%s",

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "command/arguments.h"
 #include "common/output_file.h"
@@ -40,6 +41,7 @@ class PictureJob {
     ScalePlan mPlan = {};
     std::unique_ptr<OutputFile> mFile;
     Picture mResult;
+    std::vector<std::string> mDropped;
     std::string mDriver;
     Times mTimes;
     double mReadTime = 0;

@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "common/listed.h"
+#include "pictures/alpha.h"
 #include "pictures/codecs.h"
+#include "pictures/metadata.h"
 
 namespace upscale {
 namespace {
@@ -32,10 +34,10 @@ bool beginsWith(const std::string& head, std::string_view magic) {
 
 // clang-format off
 const std::vector<PictureFormat> kPictureFormats = {
-    // name  extensions       largest side  alpha  quality     magic                    reader    writer
-    {"PNG",  {"png"},         kAnySide,     true,  kNoQuality, {"\x89PNG\r\n\x1a\n"sv}, openPng,  writePng},
-    {"JPEG", {"jpg", "jpeg"}, 65500,        false, 90,         {"\xff\xd8\xff"sv},      openJpeg, writeJpeg},
-    {"WebP", {"webp"},        16383,        true,  kLossless,  {"RIFF????WEBP"sv},      openWebP, writeWebP},
+    // name  extensions       largest side  alpha  quality     magic                    reader    streams, writer
+    {"PNG",  {"png"},         kAnySide,     true,  kNoQuality, {"\x89PNG\r\n\x1a\n"sv}, openPng,  true,  createPng},
+    {"JPEG", {"jpg", "jpeg"}, 65500,        false, 90,         {"\xff\xd8\xff"sv},      openJpeg, true,  createJpeg},
+    {"WebP", {"webp"},        16383,        true,  kLossless,  {"RIFF????WEBP"sv},      openWebP, false, createWebP},
 };
 // clang-format on
 
@@ -86,9 +88,22 @@ OpenPicture openPicture(const std::string& path) {
     file.fail("not a " + formatNames("or") + " file");
 }
 
-void writePicture(const Picture& picture, const PictureFormat& format, std::optional<int> quality,
-                  std::FILE* file, const std::string& name) {
-    format.write(picture, quality.value_or(format.defaultQuality), file, name);
+std::unique_ptr<PictureWriter> createPicture(PictureHeader header, const PictureFormat& format,
+                                             Encoding encoding, std::FILE* file, std::string name) {
+    if (!encoding.quality) encoding.quality = format.defaultQuality;
+    mendMetadata(header.tags, header.width, header.height);
+    return format.create(std::move(header), encoding, file, std::move(name));
+}
+
+std::vector<std::string> writePicture(const Picture& picture, const PictureFormat& format,
+                                      const Encoding& encoding, std::FILE* file,
+                                      const std::string& name) {
+    PictureHeader header = {picture.width, picture.height, picture.grey, hasTransparency(picture),
+                            picture.tags};
+    const auto writer = createPicture(std::move(header), format, encoding, file, name);
+    writer->writeRows(picture.pixels.data(), picture.height);
+    writer->finish();
+    return writer->dropped();
 }
 
 }  // namespace upscale

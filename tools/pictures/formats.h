@@ -15,6 +15,7 @@
 
 #include "pictures/input_file.h"
 #include "pictures/picture_reader.h"
+#include "pictures/picture_writer.h"
 
 namespace upscale {
 
@@ -31,7 +32,9 @@ struct PictureFormat {
     int defaultQuality;
     std::vector<std::string_view> magic;  ///< What a file begins with, one of these; ? is any byte.
     std::unique_ptr<PictureReader> (*open)(InputFile file);
-    void (*write)(const Picture& picture, int quality, std::FILE* file, const std::string& name);
+    bool writerStreams;  ///< Whether the writer keeps no more than a few rows.
+    std::unique_ptr<PictureWriter> (*create)(PictureHeader header, const Encoding& encoding,
+                                             std::FILE* file, std::string name);
 };
 
 extern const std::vector<PictureFormat> kPictureFormats;
@@ -58,11 +61,15 @@ struct OpenPicture {
 /// Opens a file of any of the formats, told apart by content. Throws `Failure`.
 OpenPicture openPicture(const std::string& path);
 
-/// Writes a picture; see codecs.h.
-/// @param quality 1 to 100, or nothing for the format's default. A format that has no quality does
-///     not look at it. @param name the file as `Failure` names it.
-void writePicture(const Picture& picture, const PictureFormat& format, std::optional<int> quality,
-                  std::FILE* file, const std::string& name);
+/// Begins to write a picture; see `PictureWriter`.
+std::unique_ptr<PictureWriter> createPicture(PictureHeader header, const PictureFormat& format,
+                                             Encoding encoding, std::FILE* file, std::string name);
+
+/// Writes a picture, with alpha only if some pixel is not opaque.
+/// @return `PictureWriter::dropped`.
+std::vector<std::string> writePicture(const Picture& picture, const PictureFormat& format,
+                                      const Encoding& encoding, std::FILE* file,
+                                      const std::string& name);
 
 }  // namespace upscale
 

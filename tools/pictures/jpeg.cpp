@@ -6,6 +6,7 @@
 
 #include <jerror.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <csetjmp>
@@ -14,6 +15,7 @@
 
 #include "common/failure.h"
 #include "pictures/codecs.h"
+#include "pictures/metadata.h"
 #include "pictures/orientation.h"
 
 namespace upscale {
@@ -26,7 +28,17 @@ constexpr int kMostScans = 200;
 // Every block of 8x8 takes a bit at least (except with arithmetic coding), and the picture's pixels
 // are at most 16 to a sample.
 constexpr std::uint64_t kMostPixelsPerByte = 64 * 8 * 16;
-constexpr char kExifMark[] = "Exif\0";  // and the 0 of the literal
+// Code tables made for the picture save a few percent, but take all coefficients in memory: 96 MiB
+// of so many pixels.
+constexpr std::uint64_t kMostOptimized = 1u << 24;
+constexpr std::size_t kLargestMarker = 65533;
+constexpr int kApp1 = JPEG_APP0 + 1;
+constexpr int kApp13 = JPEG_APP0 + 13;
+// Each with the 0 of the literal.
+constexpr char kExifMark[] = "Exif\0";
+constexpr char kXmpMark[] = "http://ns.adobe.com/xap/1.0/";
+constexpr char kPhotoshopMark[] = "Photoshop 3.0";
+constexpr char kComment[] = "Comment";
 
 enum { kPerRatio = 0, kPerInch = 1, kPerCentimetre = 2 };
 
@@ -92,67 +104,97 @@ std::optional<Density> densityOf(const jpeg_decompress_struct& reader) {
     return Density{x, y, false};
 }
 
-int orientationOf(const jpeg_decompress_struct& reader) {
-    for (const jpeg_marker_struct* marker = reader.marker_list; marker; marker = marker->next) {
-        if (marker->marker != JPEG_APP0 + 1 || marker->data_length < sizeof(kExifMark)) continue;
-        if (std::memcmp(marker->data, kExifMark, sizeof(kExifMark)) != 0) continue;
-        return exifOrientation(marker->data + sizeof(kExifMark),
-                               marker->data_length - sizeof(kExifMark));
-    }
-    return 1;
+// The data of a marker behind its name; nothing if it has another name.
+template <std::size_t Size>
+std::vector<std::uint8_t> dataOf(const jpeg_marker_struct& marker, int code,
+                                 const char (&name)[Size]) {
+    if (marker.marker != code || marker.data_length < Size ||
+        std::memcmp(marker.data, name, Size) != 0)
+        return {};
+    return {marker.data + Size, marker.data + marker.data_length};
 }
+
+void readMetadata(const jpeg_decompress_struct& reader, Tags& tags) {
+    for (const jpeg_marker_struct* marker = reader.marker_list; marker; marker = marker->next) {
+        if (tags.exif.empty()) tags.exif = dataOf(*marker, kApp1, kExifMark);
+        if (tags.xmp.empty()) tags.xmp = dataOf(*marker, kApp1, kXmpMark);
+        if (tags.iptc.empty()) tags.iptc = dataOf(*marker, kApp13, kPhotoshopMark);
+        if (marker->marker != JPEG_COM) continue;
+        TextChunk text = {"tEXt",
+                          std::vector<std::uint8_t>(sizeof(kComment) + marker->data_length)};
+        std::copy_n(kComment, sizeof(kComment), text.data.begin());
+        std::copy_n(marker->data, marker->data_length, text.data.begin() + sizeof(kComment));
+        tags.texts.push_back(std::move(text));
+    }
+}
+
+// libjpeg's input, by blocks.
+struct JpegSource : jpeg_source_mgr {
+    InputFile file;
+    std::vector<JOCTET> block = std::vector<JOCTET>(1u << 16);
+
+    explicit JpegSource(InputFile from) : jpeg_source_mgr{}, file(std::move(from)) {
+        init_source = [](j_decompress_ptr) {};
+        fill_input_buffer = fill;
+        skip_input_data = skip;
+        resync_to_restart = jpeg_resync_to_restart;
+        term_source = [](j_decompress_ptr) {};
+    }
+
+    static boolean fill(j_decompress_ptr reader) {
+        auto* self = static_cast<JpegSource*>(reader->src);
+        self->bytes_in_buffer = self->file.read(self->block.data(), self->block.size());
+        self->next_input_byte = self->block.data();
+        if (self->bytes_in_buffer > 0) return TRUE;
+        if (self->file.failed()) ERREXIT(reader, JERR_FILE_READ);
+        ERREXIT(reader, JWRN_JPEG_EOF);
+        return FALSE;
+    }
+
+    static void skip(j_decompress_ptr reader, long count) {
+        auto* self = static_cast<JpegSource*>(reader->src);
+        for (auto left = static_cast<std::size_t>(std::max(count, 0L)); left > 0;) {
+            if (self->bytes_in_buffer == 0) fill(reader);
+            const std::size_t now = std::min(left, self->bytes_in_buffer);
+            self->next_input_byte += now;
+            self->bytes_in_buffer -= now;
+            left -= now;
+        }
+    }
+};
 
 class JpegReader : public PictureReader {
   public:
-    explicit JpegReader(InputFile file) : mPath(file.path()), mBytes(file.readAll()) {
-        const auto readHeader = [this] {
+    explicit JpegReader(InputFile file) : mSource(std::move(file)) {
+        run([this] {
             jpeg_create_decompress(&mReader);
             mDecoder.progress.progress_monitor = limitScans;
             mReader.progress = &mDecoder.progress;
-            jpeg_mem_src(&mReader, mBytes.data(), mBytes.size());
-            jpeg_save_markers(&mReader, JPEG_APP0 + 1, 0xffff);
-            jpeg_save_markers(&mReader, JPEG_APP0 + 2, 0xffff);
+            mReader.src = &mSource;
+            for (const int marker : {kApp1, JPEG_APP0 + 2, kApp13, JPEG_COM}) {
+                jpeg_save_markers(&mReader, marker, 0xffff);
+            }
             jpeg_read_header(&mReader, TRUE);
-        };
-        run(readHeader);
+        });
         const J_COLOR_SPACE space = mReader.jpeg_color_space;
         if (space == JCS_CMYK || space == JCS_YCCK)
-            fail("the colours are CMYK; convert them to RGB first");
-        if (space == JCS_UNKNOWN) fail("the colours are neither grey nor RGB");
-        mOrientation = orientationOf(mReader);
-    }
-
-    std::uint32_t width() const override {
-        return turnsSideways(mOrientation) ? mReader.image_height : mReader.image_width;
-    }
-    std::uint32_t height() const override {
-        return turnsSideways(mOrientation) ? mReader.image_width : mReader.image_height;
-    }
-
-    Picture read() override {
+            mSource.file.fail("the colours are CMYK; convert them to RGB first");
+        if (space == JCS_UNKNOWN) mSource.file.fail("the colours are neither grey nor RGB");
         const std::uint64_t pixels = std::uint64_t{mReader.image_width} * mReader.image_height;
-        if (!mReader.arith_code && pixels / kMostPixelsPerByte > mBytes.size()) fail(kCutShort);
-        Picture picture(mReader.image_width, mReader.image_height);
-        picture.grey = mReader.jpeg_color_space == JCS_GRAYSCALE;
-        picture.tags.density = densityOf(mReader);
-        run([this, &picture] {
-            mReader.out_color_space = JCS_EXT_RGBA;
-            jpeg_start_decompress(&mReader);
-            while (mReader.output_scanline < mReader.output_height) {
-                JSAMPROW row = picture.row(mReader.output_scanline);
-                jpeg_read_scanlines(&mReader, &row, 1);
-            }
-        });
-        JOCTET* profile = nullptr;
-        unsigned profileBytes = 0;
-        run([&] { jpeg_read_icc_profile(&mReader, &profile, &profileBytes); });
-        if (profile) {
-            const std::unique_ptr<JOCTET, decltype(&std::free)> owner(profile, std::free);
-            if (profileBytes <= kLargestProfile)
-                picture.tags.profile.assign(profile, profile + profileBytes);
-        }
-        run([this] { jpeg_finish_decompress(&mReader); });
-        return upright(std::move(picture), mOrientation);
+        const std::uint64_t size = mSource.file.size();
+        if (!mReader.arith_code && size != 0 && pixels / kMostPixelsPerByte > size)
+            mSource.file.fail(kCutShort);
+
+        PictureHeader header;
+        header.width = mReader.image_width;
+        header.height = mReader.image_height;
+        header.grey = space == JCS_GRAYSCALE;
+        header.tags.density = densityOf(mReader);
+        header.tags.profile = readProfile();
+        readMetadata(mReader, header.tags);
+        const int orientation = exifOrientation(header.tags.exif.data(), header.tags.exif.size());
+        // Of a file of several scans libjpeg keeps all coefficients.
+        setHeader(std::move(header), 8, !jpeg_has_multiple_scans(&mReader), orientation);
     }
 
   private:
@@ -167,41 +209,159 @@ class JpegReader : public PictureReader {
         Decoder& operator=(const Decoder&) = delete;
     };
 
-    [[noreturn]] void fail(const std::string& reason) const {
-        throw Failure(Exit::Failed, mPath, reason);
+    std::vector<std::uint8_t> readProfile() {
+        JOCTET* profile = nullptr;
+        unsigned size = 0;
+        run([&] { jpeg_read_icc_profile(&mReader, &profile, &size); });
+        const std::unique_ptr<JOCTET, decltype(&std::free)> owner(profile, std::free);
+        if (!profile || size > kLargestProfile) return {};
+        return {profile, profile + size};
+    }
+
+    void readStored(std::uint8_t* rows, std::uint32_t count) override {
+        run([=] {
+            if (!mStarted) {
+                mReader.out_color_space = JCS_EXT_RGBA;
+                jpeg_start_decompress(&mReader);
+                mStarted = true;
+            }
+            for (std::size_t y = 0; y < count; ++y) {
+                JSAMPROW row = rows + y * mReader.output_width * Picture::kChannels;
+                jpeg_read_scanlines(&mReader, &row, 1);
+            }
+            if (mReader.output_scanline == mReader.output_height) jpeg_finish_decompress(&mReader);
+        });
     }
 
     template <typename Calls>
     void run(const Calls& calls) {
         const JpegError& error = mDecoder.error;
-        if (!succeeds(mDecoder.error, calls)) fail(error.cutShort ? kCutShort : error.text);
+        if (succeeds(mDecoder.error, calls)) return;
+        mSource.file.fail(mSource.file.failed() ? std::strerror(errno)
+                          : error.cutShort      ? kCutShort
+                                                : error.text);
     }
 
-    std::string mPath;
-    std::vector<std::uint8_t> mBytes;
+    JpegSource mSource;
     Decoder mDecoder;
     jpeg_decompress_struct& mReader = mDecoder.reader;
-    int mOrientation = 1;
+    bool mStarted = false;
 };
 
-struct JpegWriter {
-    JpegError error;
-    jpeg_compress_struct writer = {};
+class JpegWriter : public PictureWriter {
+  public:
+    JpegWriter(PictureHeader header, int quality, std::FILE* file, std::string name)
+        : PictureWriter(std::move(header), file, std::move(name)),
+          mGreyRow(mHeader.grey ? mHeader.width : 0) {
+        const std::vector<std::uint8_t>& profile = mHeader.tags.profile;
+        const bool withProfile = profileFits(profile, mHeader.grey);
+        run([&] {
+            jpeg_create_compress(&mWriter);
+            jpeg_stdio_dest(&mWriter, mFile);
+            mWriter.image_width = mHeader.width;
+            mWriter.image_height = mHeader.height;
+            mWriter.input_components = mHeader.grey ? 1 : 4;
+            mWriter.in_color_space = mHeader.grey ? JCS_GRAYSCALE : JCS_EXT_RGBX;
+            jpeg_set_defaults(&mWriter);
+            jpeg_set_quality(&mWriter, quality, TRUE);
+            mWriter.optimize_coding =
+                    std::uint64_t{mHeader.width} * mHeader.height <= kMostOptimized;
+            if (quality >= kFullColourQuality) {
+                mWriter.comp_info[0].h_samp_factor = 1;
+                mWriter.comp_info[0].v_samp_factor = 1;
+            }
+            if (mHeader.tags.density) setDensity(*mHeader.tags.density);
+            jpeg_start_compress(&mWriter, TRUE);
+            if (withProfile)
+                jpeg_write_icc_profile(&mWriter, profile.data(),
+                                       static_cast<unsigned>(profile.size()));
+        });
+        writeMetadata(mHeader.tags);
+    }
 
-    JpegWriter() { writer.err = &error; }
-    ~JpegWriter() { jpeg_destroy_compress(&writer); }
-    JpegWriter(const JpegWriter&) = delete;
-    JpegWriter& operator=(const JpegWriter&) = delete;
+    void writeRows(const std::uint8_t* rows, std::uint32_t count) override {
+        run([=] {
+            for (std::size_t y = 0; y < count; ++y) {
+                const std::uint8_t* from = rows + y * mHeader.width * Picture::kChannels;
+                // Only read, whatever the type says.
+                JSAMPROW row = const_cast<JSAMPROW>(from);
+                if (mHeader.grey) {
+                    for (std::size_t x = 0; x < mHeader.width; ++x) {
+                        mGreyRow[x] = from[x * Picture::kChannels];
+                    }
+                    row = mGreyRow.data();
+                }
+                jpeg_write_scanlines(&mWriter, &row, 1);
+            }
+        });
+    }
+
+    void finish() override {
+        run([this] { jpeg_finish_compress(&mWriter); });
+    }
+
+  private:
+    struct Encoder {
+        JpegError error;
+        jpeg_compress_struct writer = {};
+
+        Encoder() { writer.err = &error; }
+        ~Encoder() { jpeg_destroy_compress(&writer); }
+        Encoder(const Encoder&) = delete;
+        Encoder& operator=(const Encoder&) = delete;
+    };
+
+    void writeMetadata(const Tags& tags) {
+        writeMarker(kApp1, kExifMark, tags.exif, "EXIF data");
+        writeMarker(kApp1, kXmpMark, tags.xmp, "XMP data");
+        writeMarker(kApp13, kPhotoshopMark, tags.iptc, "IPTC data");
+        std::vector<TextChunk> others;
+        for (const TextChunk& text : tags.texts) {
+            const std::size_t start = sizeof(kComment);
+            if (text.type != "tEXt" || keywordOf(text) != kComment || text.data.size() < start ||
+                text.data.size() - start > kLargestMarker) {
+                others.push_back(text);
+                continue;
+            }
+            run([&] {
+                jpeg_write_marker(&mWriter, JPEG_COM, text.data.data() + start,
+                                  static_cast<unsigned>(text.data.size() - start));
+            });
+        }
+        drop(others, "texts");
+    }
+
+    template <std::size_t Size>
+    void writeMarker(int code, const char (&name)[Size], const std::vector<std::uint8_t>& data,
+                     const char* what) {
+        if (data.size() > kLargestMarker - Size) return drop(data, what);
+        if (data.empty()) return;
+        std::vector<JOCTET> whole(name, name + Size);
+        whole.insert(whole.end(), data.begin(), data.end());
+        run([&] {
+            jpeg_write_marker(&mWriter, code, whole.data(), static_cast<unsigned>(whole.size()));
+        });
+    }
 
     void setDensity(const Density& density) {
         const double factor = density.perMetre ? kMetresPerInch : 1;
         const long x = std::lround(density.x * factor);
         const long y = std::lround(density.y * factor);
         if (std::min(x, y) < 1 || std::max(x, y) > 0xffff) return;
-        writer.density_unit = density.perMetre ? kPerInch : kPerRatio;
-        writer.X_density = static_cast<UINT16>(x);
-        writer.Y_density = static_cast<UINT16>(y);
+        mWriter.density_unit = density.perMetre ? kPerInch : kPerRatio;
+        mWriter.X_density = static_cast<UINT16>(x);
+        mWriter.Y_density = static_cast<UINT16>(y);
     }
+
+    template <typename Calls>
+    void run(const Calls& calls) {
+        if (!succeeds(mEncoder.error, calls))
+            fail(std::ferror(mFile) ? std::strerror(errno) : mEncoder.error.text);
+    }
+
+    Encoder mEncoder;
+    jpeg_compress_struct& mWriter = mEncoder.writer;
+    std::vector<JSAMPLE> mGreyRow;
 };
 
 }  // namespace
@@ -210,47 +370,10 @@ std::unique_ptr<PictureReader> openJpeg(InputFile file) {
     return std::make_unique<JpegReader>(std::move(file));
 }
 
-void writeJpeg(const Picture& picture, int quality, std::FILE* file, const std::string& name) {
-    JpegWriter state;
-    jpeg_compress_struct& writer = state.writer;
-    std::vector<JSAMPLE> greyRow(picture.grey ? picture.width : 0);
-    const std::vector<std::uint8_t>& profile = picture.tags.profile;
-    const bool withProfile = profileFits(profile, picture.grey);
-    const auto writeAll = [&] {
-        jpeg_create_compress(&writer);
-        jpeg_stdio_dest(&writer, file);
-        writer.image_width = picture.width;
-        writer.image_height = picture.height;
-        writer.input_components = picture.grey ? 1 : 4;
-        writer.in_color_space = picture.grey ? JCS_GRAYSCALE : JCS_EXT_RGBX;
-        jpeg_set_defaults(&writer);
-        jpeg_set_quality(&writer, quality, TRUE);
-        writer.optimize_coding = TRUE;
-        if (quality >= kFullColourQuality) {
-            writer.comp_info[0].h_samp_factor = 1;
-            writer.comp_info[0].v_samp_factor = 1;
-        }
-        if (picture.tags.density) state.setDensity(*picture.tags.density);
-        jpeg_start_compress(&writer, TRUE);
-        if (withProfile)
-            jpeg_write_icc_profile(&writer, profile.data(), static_cast<unsigned>(profile.size()));
-        while (writer.next_scanline < writer.image_height) {
-            const std::uint8_t* from = picture.row(writer.next_scanline);
-            // Only read, whatever the type says.
-            JSAMPROW row = const_cast<JSAMPROW>(from);
-            if (picture.grey) {
-                for (std::size_t x = 0; x < picture.width; ++x) {
-                    greyRow[x] = from[x * Picture::kChannels];
-                }
-                row = greyRow.data();
-            }
-            jpeg_write_scanlines(&writer, &row, 1);
-        }
-        jpeg_finish_compress(&writer);
-    };
-    if (!succeeds(state.error, writeAll))
-        throw Failure(Exit::Failed, name,
-                      std::ferror(file) ? std::strerror(errno) : state.error.text);
+std::unique_ptr<PictureWriter> createJpeg(PictureHeader header, const Encoding& encoding,
+                                          std::FILE* file, std::string name) {
+    return std::make_unique<JpegWriter>(std::move(header), *encoding.quality, file,
+                                        std::move(name));
 }
 
 }  // namespace upscale

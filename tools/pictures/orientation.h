@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "pictures/picture.h"
 
@@ -15,12 +16,17 @@ namespace upscale {
 /// if there is none.
 int exifOrientation(const std::uint8_t* data, std::size_t size);
 
+/// Sets the orientation in EXIF data to 1 and its sizes in pixels to those given, where it has
+/// them. A thumbnail of a turned picture, which would lie wrongly, is left out.
+void mendExif(std::vector<std::uint8_t>& data, std::uint32_t width, std::uint32_t height);
+
 /// Whether width and height change places.
 constexpr bool turnsSideways(int orientation) {
     return orientation >= 5;
 }
 
-/// The picture, stored in the given orientation, as it should be seen.
+/// The pixels, stored in the given orientation, as they should be seen. Without what else the
+/// picture has.
 Picture upright(Picture picture, int orientation);
 
 }  // namespace upscale

@@ -3,14 +3,17 @@
 #include <webp/encode.h>
 #include <webp/mux.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <new>
+#include <utility>
 
 #include "common/failure.h"
-#include "pictures/alpha.h"
 #include "pictures/codecs.h"
 #include "pictures/formats.h"
+#include "pictures/orientation.h"
 
 namespace upscale {
 namespace {
@@ -31,11 +34,9 @@ std::uint64_t promisedBytes(const std::vector<std::uint8_t>& bytes) {
     return kRiffHeaderBytes + size;
 }
 
-std::vector<std::uint8_t> profileOf(const std::vector<std::uint8_t>& bytes) {
-    const WebPData file = {bytes.data(), bytes.size()};
-    const Mux mux(WebPMuxCreate(&file, 0));
+std::vector<std::uint8_t> chunkOf(const WebPMux* mux, const char* name) {
     WebPData chunk = {};
-    if (!mux || WebPMuxGetChunk(mux.get(), "ICCP", &chunk) != WEBP_MUX_OK) return {};
+    if (!mux || WebPMuxGetChunk(mux, name, &chunk) != WEBP_MUX_OK) return {};
     if (chunk.size > kLargestProfile) return {};
     return {chunk.bytes, chunk.bytes + chunk.size};
 }
@@ -71,39 +72,97 @@ class WebPReader : public PictureReader {
         if (status == VP8_STATUS_NOT_ENOUGH_DATA) fail(kCutShort);
         if (status != VP8_STATUS_OK) fail("the file is damaged");
         if (features.has_animation) fail("the file is an animation, not a picture");
-        mWidth = static_cast<std::uint32_t>(features.width);
-        mHeight = static_cast<std::uint32_t>(features.height);
+        PictureHeader header;
+        header.width = static_cast<std::uint32_t>(features.width);
+        header.height = static_cast<std::uint32_t>(features.height);
+        header.alpha = features.has_alpha != 0;
+        const WebPData data = {mBytes.data(), mBytes.size()};
+        const Mux mux(WebPMuxCreate(&data, 0));
+        Tags& tags = header.tags;
+        tags.profile = chunkOf(mux.get(), "ICCP");
+        tags.exif = chunkOf(mux.get(), "EXIF");
+        tags.xmp = chunkOf(mux.get(), "XMP ");
+        // Some writers copy it with the mark that it has in JPEG.
+        constexpr std::uint8_t kMark[] = {'E', 'x', 'i', 'f', 0, 0};
+        if (tags.exif.size() > sizeof(kMark) &&
+            std::equal(std::begin(kMark), std::end(kMark), tags.exif.begin()))
+            tags.exif.erase(tags.exif.begin(), tags.exif.begin() + sizeof(kMark));
+        const int orientation = exifOrientation(tags.exif.data(), tags.exif.size());
+        mRowBytes = features.width * static_cast<int>(Picture::kChannels);
+        setHeader(std::move(header), 8, false, orientation);
     }
 
-    std::uint32_t width() const override { return mWidth; }
-    std::uint32_t height() const override { return mHeight; }
-
-    Picture read() override {
-        Picture picture(mWidth, mHeight);
-        picture.tags.profile = profileOf(mBytes);
+  private:
+    void readStored(std::uint8_t* rows, std::uint32_t count) override {
         WebPDecoderConfig config = {};
         if (!WebPInitDecoderConfig(&config)) throw std::bad_alloc();
         config.output.colorspace = MODE_RGBA;
         config.output.is_external_memory = 1;
-        config.output.u.RGBA = {picture.pixels.data(), static_cast<int>(picture.rowBytes()),
-                                picture.pixels.size()};
+        config.output.u.RGBA = {rows, mRowBytes, std::size_t{count} * mRowBytes};
         const VP8StatusCode status = WebPDecode(mBytes.data(), mBytes.size(), &config);
         if (status == VP8_STATUS_OUT_OF_MEMORY) throw std::bad_alloc();
         if (status == VP8_STATUS_NOT_ENOUGH_DATA || status == VP8_STATUS_SUSPENDED) fail(kCutShort);
         if (status != VP8_STATUS_OK) fail("the file is damaged");
         mBytes = {};
-        return picture;
     }
 
-  private:
     [[noreturn]] void fail(const std::string& reason) const {
         throw Failure(Exit::Failed, mPath, reason);
     }
 
     std::string mPath;
     std::vector<std::uint8_t> mBytes;
-    std::uint32_t mWidth = 0;
-    std::uint32_t mHeight = 0;
+    int mRowBytes = 0;
+};
+
+class WebPWriter : public WholePictureWriter {
+  public:
+    WebPWriter(PictureHeader header, int quality, std::FILE* file, std::string name)
+        : WholePictureWriter(std::move(header), file, std::move(name)), mQuality(quality) {
+        drop(mHeader.tags.iptc, "IPTC data");
+        drop(mHeader.tags.texts, "texts");
+    }
+
+  private:
+    void write(const std::uint8_t* pixels) override {
+        Encoder encoder;
+        const bool lossless = mQuality == kLossless;
+        encoder.config.lossless = lossless;
+        encoder.config.exact = lossless;
+        // Of a lossless file: the effort.
+        encoder.config.quality = static_cast<float>(lossless ? 75 : mQuality);
+        encoder.picture.use_argb = encoder.config.lossless;
+        encoder.picture.width = static_cast<int>(mHeader.width);
+        encoder.picture.height = static_cast<int>(mHeader.height);
+        const auto import = mHeader.alpha ? WebPPictureImportRGBA : WebPPictureImportRGBX;
+        const int rowBytes = encoder.picture.width * static_cast<int>(Picture::kChannels);
+        if (!import(&encoder.picture, pixels, rowBytes)) throw std::bad_alloc();
+        if (!WebPEncode(&encoder.config, &encoder.picture))
+            fail("encoding failed: error " + std::to_string(encoder.picture.error_code));
+
+        WebPData result = {encoder.writer.mem, encoder.writer.size};
+        // A grey profile would not fit: the file's pixels are always RGB.
+        const Tags& tags = mHeader.tags;
+        std::vector<std::pair<const char*, WebPData>> chunks;
+        if (profileFits(tags.profile, false))
+            chunks.push_back({"ICCP", {tags.profile.data(), tags.profile.size()}});
+        if (!tags.exif.empty()) chunks.push_back({"EXIF", {tags.exif.data(), tags.exif.size()}});
+        if (!tags.xmp.empty()) chunks.push_back({"XMP ", {tags.xmp.data(), tags.xmp.size()}});
+        if (!chunks.empty()) {
+            const Mux mux(WebPMuxNew());
+            bool done = mux && WebPMuxSetImage(mux.get(), &result, 0) == WEBP_MUX_OK;
+            for (const auto& [name, chunk] : chunks) {
+                done = done && WebPMuxSetChunk(mux.get(), name, &chunk, 0) == WEBP_MUX_OK;
+            }
+            if (!done || WebPMuxAssemble(mux.get(), &encoder.whole) != WEBP_MUX_OK)
+                throw std::bad_alloc();
+            result = encoder.whole;
+        }
+        if (std::fwrite(result.bytes, 1, result.size, mFile) != result.size)
+            fail(std::strerror(errno));
+    }
+
+    const int mQuality;
 };
 
 }  // namespace
@@ -112,39 +171,10 @@ std::unique_ptr<PictureReader> openWebP(InputFile file) {
     return std::make_unique<WebPReader>(std::move(file));
 }
 
-void writeWebP(const Picture& picture, int quality, std::FILE* file, const std::string& name) {
-    Encoder encoder;
-    const bool lossless = quality == kLossless;
-    encoder.config.lossless = lossless;
-    encoder.config.exact = lossless;
-    // Of a lossless file: the effort.
-    encoder.config.quality = static_cast<float>(lossless ? 75 : quality);
-    encoder.picture.use_argb = encoder.config.lossless;
-    encoder.picture.width = static_cast<int>(picture.width);
-    encoder.picture.height = static_cast<int>(picture.height);
-    const auto import = hasTransparency(picture) ? WebPPictureImportRGBA : WebPPictureImportRGBX;
-    if (!import(&encoder.picture, picture.pixels.data(), static_cast<int>(picture.rowBytes())))
-        throw std::bad_alloc();
-    if (!WebPEncode(&encoder.config, &encoder.picture)) {
-        throw Failure(Exit::Failed, name,
-                      "encoding failed: error " + std::to_string(encoder.picture.error_code));
-    }
-
-    WebPData result = {encoder.writer.mem, encoder.writer.size};
-    // A grey profile would not fit: the file's pixels are always RGB.
-    const std::vector<std::uint8_t>& profile = picture.tags.profile;
-    if (profileFits(profile, false)) {
-        const Mux mux(WebPMuxNew());
-        const WebPData chunk = {profile.data(), profile.size()};
-        if (!mux || WebPMuxSetImage(mux.get(), &result, 0) != WEBP_MUX_OK ||
-            WebPMuxSetChunk(mux.get(), "ICCP", &chunk, 0) != WEBP_MUX_OK ||
-            WebPMuxAssemble(mux.get(), &encoder.whole) != WEBP_MUX_OK) {
-            throw std::bad_alloc();
-        }
-        result = encoder.whole;
-    }
-    if (std::fwrite(result.bytes, 1, result.size, file) != result.size)
-        throw Failure(Exit::Failed, name, std::strerror(errno));
+std::unique_ptr<PictureWriter> createWebP(PictureHeader header, const Encoding& encoding,
+                                          std::FILE* file, std::string name) {
+    return std::make_unique<WebPWriter>(std::move(header), *encoding.quality, file,
+                                        std::move(name));
 }
 
 }  // namespace upscale

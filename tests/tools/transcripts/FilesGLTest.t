@@ -88,6 +88,7 @@ The content of an input decides its format, and the name of an output.
   $ upscale --scale 2 deep.png out.png
   upscale: warning: deep.png: 16 bits a channel are reduced to 8
   $ upscale --scale 1 in.png photo.jpg --quality 95
+  upscale: warning: photo.jpg: JPEG cannot hold the input's texts
   $ mv photo.jpg photo.png
   $ upscale --scale 2 photo.png picture.Webp
   $ upscale --scale 1 picture.Webp picture --format jpeg
