@@ -118,7 +118,8 @@ Y4mHeader parseY4mHeader(const std::string& line, const std::string& name) {
                 throw Failure(
                         Exit::Failed, name,
                         "the colour format '" + tag +
-                                "' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are");
+                                "' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are; "
+                                "convert it first (ffmpeg: -pix_fmt yuv420p)");
             }
             format.sampling = colour->sampling;
             format.siting = colour->siting;
