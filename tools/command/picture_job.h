@@ -22,6 +22,8 @@ class PictureJob {
     PictureJob(const Arguments& arguments, Report& report, const std::string& input);
 
     const PictureFormat& format() const { return mFormat; }
+    Size from() const { return mFrom; }
+    Size to() const { return mTo; }
 
     /// Checks that there can be such a file.
     void setOutput(const std::string& path);

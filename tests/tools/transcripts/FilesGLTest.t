@@ -2,6 +2,27 @@ What the command does with files, whatever the operation.
   $ quarters 16x12 in.png
   $ size() { identify -format '%f %wx%h\n' "$@"; }
 
+Sizes are rounded to whole pixels. Only --size with both sides can change the shape, and then there is a warning.
+  $ quarters 40x17 wide.png
+  $ for target in '--scale 50%' '--scale 1.57' '--size 61x' '--size x9' '--size 1x' '--fit 60x60' '--fit 60x17' '--size 16x7'; do
+  >     upscale --op nea $target --force wide.png out.png; size out.png
+  > done
+  out.png 20x9
+  out.png 63x27
+  out.png 61x26
+  out.png 21x9
+  out.png 1x1
+  out.png 60x26
+  out.png 40x17
+  out.png 16x7
+  $ upscale --op nea --size 20x20 wide.png --force out.png
+  upscale: warning: wide.png: 40x17 to 20x20 is another shape; --fit keeps it
+  $ head -c 2720 /dev/zero | upscale --raw 40x17 --op nea --quiet --size 20x20 - - | wc -c
+  1600
+  $ upscale --op nea --size 20x20 wide.png in.png new/
+  upscale: warning: 2 of 2 pictures got another shape; --fit keeps it
+  $ rm -r wide.png out.png new
+
 --force replaces a file and keeps its mode and a link to it; it works in place too.
   $ echo old >old.png
   $ chmod 400 old.png
@@ -30,13 +51,13 @@ Failures leave no file behind.
   $ ffmpeg -v error -f lavfi -i color=teal:size=20000x2 -frames:v 1 wide.png
   $ head -c $(($(stat -c %s in.png) / 2)) in.png >short.png
   $ convert in.png -alpha set -channel A -evaluate set 50% icon.png
-  $ upscale --size 1000000x1 in.png out.png 2>&1 | sed 's/takes [0-9x]*/takes MOST/'
+  $ upscale --quiet --size 1000000x1 in.png out.png 2>&1 | sed 's/takes [0-9x]*/takes MOST/'
   upscale: out.png: 1000000x1 is too large: the driver takes MOST pixels a side
   [1]
   $ upscale --scale 1e300 in.png out.png
   upscale: out.png: 4294967295x4294967295 is too large: PNG takes 2147483647 pixels a side
   [1]
-  $ upscale --size 4x4 wide.png out.png 2>&1 | sed 's/takes [0-9x]*/takes MOST/'
+  $ upscale --quiet --size 4x4 wide.png out.png 2>&1 | sed 's/takes [0-9x]*/takes MOST/'
   upscale: wide.png: 20000x2 is too large: the driver takes MOST pixels a side
   [1]
   $ upscale --scale 2 short.png out.png
