@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <limits>
 #include <optional>
 #include <string>
@@ -31,17 +32,16 @@ struct Encoding {
     const char* format;
     std::optional<int> quality;
     bool lossless;
-    bool grey;     // Whether the format has grey pictures,
-    bool density;  // a density,
-    bool profile;  // and a colour profile that nobody looks into, which PNG does.
+    bool grey;                         // Whether the format has grey pictures,
+    bool density;                      // and a density.
     std::vector<std::string> dropped;  // Of the metadata.
 };
 // What each format keeps.
 const Encoding kEncodings[] = {
-        {"png", {}, true, true, true, false, {}},
-        {"jpeg", 95, false, true, true, true, {"texts"}},
-        {"webp", {}, true, false, false, true, {"IPTC data", "texts"}},
-        {"webp", 95, false, false, false, true, {"IPTC data", "texts"}},
+        {"png", {}, true, true, true, {}},
+        {"jpeg", 95, false, true, true, {"texts"}},
+        {"webp", {}, true, false, false, {"IPTC data", "texts"}},
+        {"webp", 95, false, false, false, {"IPTC data", "texts"}},
 };
 const Encoding& kPng = kEncodings[0];
 const Encoding& kJpeg = kEncodings[1];
@@ -135,7 +135,8 @@ TEST(PictureFileTest, EveryKindOfPngIsReadAndWrittenToTheBit) {
              false},
             {palette + "4", PNG_COLOR_TYPE_PALETTE, false},
             {palette + "256", PNG_COLOR_TYPE_PALETTE, false},
-            {"-colors 15 -depth 8 -alpha set -channel A -fx 'i<2?0.5:1' +channel",
+            {"-colors 15 -depth 8 -alpha set -region 2x10 -channel A -evaluate set 50% +channel "
+             "+region",
              PNG_COLOR_TYPE_PALETTE, true},
             {palette + "16", PNG_COLOR_TYPE_PALETTE, false},
             {rgb + "8", PNG_COLOR_TYPE_RGB, false},
@@ -285,30 +286,141 @@ TEST(PictureFileTest, EveryCompressionOfPngKeepsThePixels) {
     }
 }
 
+// A number as PNG and ICC profiles store it.
+std::string fourBytes(std::size_t value) {
+    std::string bytes;
+    for (const int shift : {24, 16, 8, 0})
+        bytes += static_cast<char>(value >> shift);
+    return bytes;
+}
+
+// A display's profile of version 2: its curve, of so many points, fills it.
+std::vector<std::uint8_t> iccProfile(const std::string& space, std::size_t points) {
+    const std::string white = fourBytes(0xf6d6) + fourBytes(0x10000) + fourBytes(0xd32d);
+    std::string curve = "curv" + fourBytes(0) + fourBytes(points);
+    for (std::size_t i = 0; i < points; ++i)
+        curve += fourBytes(i * 0xffff / (points - 1)).substr(2);
+    const std::pair<std::string, std::string> kTags[] = {
+            {"wtpt", "XYZ " + fourBytes(0) + white},
+            {"rXYZ",
+             "XYZ " + fourBytes(0) + fourBytes(0x6fa2) + fourBytes(0x38f5) + fourBytes(0x390)},
+            {"gXYZ",
+             "XYZ " + fourBytes(0) + fourBytes(0x6299) + fourBytes(0xb785) + fourBytes(0x18da)},
+            {"bXYZ",
+             "XYZ " + fourBytes(0) + fourBytes(0x24a0) + fourBytes(0xf84) + fourBytes(0xb6cf)},
+            {"rTRC", curve},
+            {"gTRC", curve},
+            {"bTRC", curve},
+            {"kTRC", curve},
+    };
+    std::string table = fourBytes(std::size(kTags));
+    std::string data;
+    for (const auto& [name, tag] : kTags) {
+        table +=
+                name + fourBytes(132 + 12 * std::size(kTags) + data.size()) + fourBytes(tag.size());
+        data += tag;
+        data.resize((data.size() + 3) / 4 * 4);
+    }
+    const std::string body = table + data;
+    std::string header = fourBytes(128 + body.size()) + fourBytes(0) + fourBytes(0x02100000) +
+                         "mntr" + space + "XYZ " + std::string(12, '\0') + "acsp";
+    header.resize(68);
+    header += white;
+    header.resize(128);
+    const std::string all = header + body;
+    return {all.begin(), all.end()};
+}
+
+std::vector<std::string> droppedFrom(const Picture& picture, const Encoding& encoding) {
+    std::FILE* file = std::tmpfile();
+    auto dropped = writePicture(picture, *formatNamed(encoding.format), {encoding.quality}, file,
+                                "stored");
+    std::fclose(file);
+    return dropped;
+}
+
 TEST(PictureFileTest, ProfileAndDensityGoAlong) {
     Picture picture = slopes(9, 9, false);
     picture.tags.density = upscale::Density{11811, 5906, true};  // 300 and 150 to an inch
-    // Longer than one segment of a JPEG. Only its colour space is that of a profile: PNG refuses
-    // it.
-    picture.tags.profile.assign(100000, 7);
-    const std::string space = "RGB ";
-    std::copy(space.begin(), space.end(), picture.tags.profile.begin() + 16);
-    for (const Encoding& encoding : kEncodings) {
-        SCOPED_TRACE(encoding.format);
-        const upscale::Tags read = loaded(stored(picture, encoding)).tags;
-        EXPECT_EQ(read.profile,
-                  encoding.profile ? picture.tags.profile : std::vector<std::uint8_t>());
-        EXPECT_EQ(read.density.has_value(), encoding.density);
+    for (const bool grey : {false, true}) {
+        picture.grey = grey;
+        // Longer than one segment of a JPEG.
+        const auto right = iccProfile(grey ? "GRAY" : "RGB ", 9000);
+        auto damaged = right;
+        damaged.resize(damaged.size() - 4);
+        for (const auto& profile : {right, iccProfile(grey ? "RGB " : "GRAY", 9), damaged}) {
+            for (const Encoding& encoding : kEncodings) {
+                SCOPED_TRACE(encoding.format);
+                picture.tags.profile = profile;
+                const upscale::Tags read = loaded(stored(picture, encoding)).tags;
+                const auto dropped = droppedFrom(picture, encoding);
+                const bool other = profile != right && profile != damaged;
+                const bool kept = encoding.grey ? !other : other == grey;
+                // Only PNG's library looks into it.
+                const bool refused = &encoding == &kPng && profile == damaged;
+                EXPECT_EQ(read.profile, kept && !refused ? profile : std::vector<std::uint8_t>());
+                EXPECT_EQ(std::count(dropped.begin(), dropped.end(), "colour profile"),
+                          read.profile.empty());
+                EXPECT_EQ(read.density.has_value(), encoding.density);
+                EXPECT_EQ(std::count(dropped.begin(), dropped.end(), "density"), !encoding.density);
+            }
+        }
     }
+    picture.grey = false;
     const Picture png = loaded(stored(loaded(stored(picture, kJpeg)), kPng));
     ASSERT_TRUE(png.tags.density);
     EXPECT_EQ(png.tags.density->x, 11811u);
     EXPECT_EQ(png.tags.density->y, 5906u);
-    picture.grey = true;
-    for (const Encoding& encoding : kEncodings)
-        EXPECT_EQ(loaded(stored(picture, encoding)).tags.profile.empty(),
-                  encoding.grey || !encoding.profile)
-                << encoding.format << ": a profile for other pixels";
+}
+
+TEST(PictureFileTest, ColoursThatAreLostAreNamed) {
+    using testing::ElementsAre;
+    Picture picture = slopes(9, 9, false);
+    picture.tags.gamma = 45455;
+    picture.tags.primaries = {31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000};
+    picture.tags.codePoints = {1, 13, 0, 1};
+    EXPECT_THAT(droppedFrom(picture, kJpeg), ElementsAre());
+    picture.tags.gamma = 50000;
+    (*picture.tags.primaries)[2] = 68000;
+    picture.tags.codePoints = {12, 13, 0, 1};
+    EXPECT_THAT(droppedFrom(picture, kJpeg), ElementsAre("cICP colours", "gamma", "primaries"));
+    EXPECT_THAT(droppedFrom(picture, kPng), ElementsAre());
+    picture.tags.profile = iccProfile("RGB ", 9);
+    EXPECT_THAT(droppedFrom(picture, kJpeg), ElementsAre("cICP colours"));
+}
+
+TEST(PictureFileTest, JpegKeepsFullColourByDefault) {
+    const Picture picture = slopes(9, 9, false);
+    const std::pair<std::optional<int>, char> kRows[] = {{{}, 0x11}, {90, 0x11}, {89, 0x22}};
+    for (const auto& [quality, sampling] : kRows) {
+        const std::string jpeg = stored(picture, {"jpeg", quality, false, true, true, {}});
+        EXPECT_EQ(jpeg.at(jpeg.find("\xff\xc0") + 11), sampling);
+    }
+}
+
+TEST(PictureFileTest, JpegCountsDotsInItsOwnUnits) {
+    Picture picture = slopes(9, 9, false);
+    picture.tags.density = upscale::Density{3937, 3937, true};
+    std::string jpeg = stored(picture, kJpeg);
+    char& unit = jpeg.at(jpeg.find("JFIF") + 7);
+    ASSERT_EQ(unit, 1);
+    unit = 2;
+    const auto density = loaded(jpeg).tags.density;
+    ASSERT_TRUE(density);
+    EXPECT_EQ(density->x, 10000u);  // 100 to a centimetre
+    EXPECT_TRUE(density->perMetre);
+}
+
+TEST(PictureFileTest, JpegOfTooManyScansIsRefused) {
+    std::string jpeg = output("convert -size 16x16 xc:teal -interlace JPEG jpeg:-");
+    const std::size_t start = jpeg.find("\xff\xda");
+    const std::string scan = jpeg.substr(start, jpeg.find("\xff\xc4", start) - start);
+    for (const int count : {100, 300}) {
+        std::string more = jpeg;
+        for (int i = 0; i < count; ++i)
+            more.insert(start, scan);
+        EXPECT_THAT(reasonOf(more), HasSubstr(count == 300 ? "too many scans" : ""));
+    }
 }
 
 TEST(PictureFileTest, NoPartOfAFileIsTakenForTheWhole) {
@@ -375,25 +487,31 @@ TEST(PictureFileTest, MetadataGoesAlongAndIsSetRight) {
         EXPECT_THAT(read, HasSubstr("Somebody"));
         const bool png = encoding.format == std::string("png");
         const bool jpeg = encoding.format == std::string("jpeg");
-        EXPECT_EQ(tags.iptc, jpeg ? picture.tags.iptc : bytesOf(""));
-        ASSERT_EQ(tags.texts.size(), png ? 3u : jpeg ? 1u : 0u);
+        EXPECT_EQ(tags.iptc, png || jpeg ? picture.tags.iptc : bytesOf(""));
+        ASSERT_EQ(tags.texts.size(), png ? 2u : jpeg ? 1u : 0u);
         if (!tags.texts.empty()) {
-            EXPECT_EQ(tags.texts[png ? 1 : 0].data, picture.tags.texts[0].data);
+            EXPECT_EQ(tags.texts[0].data, picture.tags.texts[0].data);
         }
     }
 }
 
 // A chunk of a PNG file.
 std::string chunk(const std::string& type, const std::string& data) {
-    const auto number = [](unsigned long value) {
-        std::string bytes;
-        for (const int shift : {24, 16, 8, 0})
-            bytes += static_cast<char>(value >> shift);
-        return bytes;
-    };
     const std::string body = type + data;
     const auto* bytes = reinterpret_cast<const Bytef*>(body.data());
-    return number(data.size()) + body + number(crc32(0, bytes, static_cast<uInt>(body.size())));
+    return fourBytes(data.size()) + body +
+           fourBytes(crc32(0, bytes, static_cast<uInt>(body.size())));
+}
+
+// The most address space that the process has had.
+long mostKilobytes() {
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    long number = 0;
+    while (status >> word && word != "VmPeak:") {
+    }
+    status >> number;
+    return number;
 }
 
 TEST(PictureFileTest, ChunksAroundThePixelsOfAPngCount) {
@@ -413,9 +531,16 @@ TEST(PictureFileTest, ChunksAroundThePixelsOfAPngCount) {
     const std::string animation = chunk("acTL", std::string("\0\0\0\1\0\0\0\0", 8));
     EXPECT_THAT(reasonOf(std::string(png).insert(kHeaderEnd, animation)),
                 HasSubstr("is an animation"));
-    std::string promise = chunk("tEXt", "a");
-    promise[0] = '\x7f';
-    EXPECT_NE(reasonOf(std::string(png).insert(kHeaderEnd, promise)), "");
+    for (const char* type : {"tEXt", "eXIf"}) {
+        std::string promise = chunk(type, "a");
+        promise[0] = '\x7f';
+        const long before = mostKilobytes();
+        EXPECT_NE(reasonOf(std::string(png).insert(kHeaderEnd, promise)), "");
+        EXPECT_LT(mostKilobytes() - before, 1 << 20);
+    }
+    const std::string damaged = std::string("Raw profile type iptc\0\niptc\n3\n0102z3", 35);
+    EXPECT_EQ(loaded(std::string(png).insert(kHeaderEnd, chunk("tEXt", damaged))).tags.texts.size(),
+              1u);
 }
 
 // JPEG and WebP have no checksums.

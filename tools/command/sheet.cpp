@@ -262,8 +262,7 @@ class Sheet {
         const Size size = layout.size();
         Picture sheet(size.width, size.height);
         sheet.grey = mSource.grey;
-        sheet.tags = mSource.tags;
-        sheet.tags.density.reset();
+        sheet.tags = mSource.tags.coloursOnly();
         std::fill(sheet.pixels.begin(), sheet.pixels.end(), kGround);
         for (std::size_t i = 0; i < sheet.pixelCount(); ++i) {
             sheet.alpha(i) = Picture::kOpaque;

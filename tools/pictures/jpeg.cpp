@@ -276,6 +276,7 @@ class JpegWriter : public PictureWriter {
                 jpeg_write_icc_profile(&mWriter, profile.data(),
                                        static_cast<unsigned>(profile.size()));
         });
+        dropColours(withProfile);
         writeMetadata(mHeader.tags);
     }
 
@@ -347,7 +348,7 @@ class JpegWriter : public PictureWriter {
         const double factor = density.perMetre ? kMetresPerInch : 1;
         const long x = std::lround(density.x * factor);
         const long y = std::lround(density.y * factor);
-        if (std::min(x, y) < 1 || std::max(x, y) > 0xffff) return;
+        if (std::min(x, y) < 1 || std::max(x, y) > 0xffff) return dropDensity();
         mWriter.density_unit = density.perMetre ? kPerInch : kPerRatio;
         mWriter.X_density = static_cast<UINT16>(x);
         mWriter.Y_density = static_cast<UINT16>(y);

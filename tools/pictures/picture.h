@@ -39,6 +39,17 @@ struct Tags {
     std::vector<std::uint8_t> xmp;                          ///< The packet.
     std::vector<std::uint8_t> iptc;  ///< In Photoshop's image resource blocks.
     std::vector<TextChunk> texts;
+
+    Tags coloursOnly() const {
+        Tags colours;
+        colours.intent = intent;
+        colours.gamma = gamma;
+        colours.primaries = primaries;
+        colours.profileName = profileName;
+        colours.profile = profile;
+        colours.codePoints = codePoints;
+        return colours;
+    }
 };
 
 /// The most bytes that a profile may have.

@@ -50,6 +50,10 @@ class PictureWriter : public RowSink {
     void drop(const Value& value, const char* what) {
         if (!value.empty()) mDropped.push_back(what);
     }
+    /// Notes what is dropped of the colours; nothing if readers take the pixels for sRGB anyway.
+    /// @param profileKept whether the profile, which counts before all but the code points, stays.
+    void dropColours(bool profileKept);
+    void dropDensity();
     [[noreturn]] void fail(const std::string& reason) const;
 
     const PictureHeader mHeader;

@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <csetjmp>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 #include "common/failure.h"
 #include "pictures/codecs.h"
+#include "pictures/metadata.h"
 #include "pictures/orientation.h"
 #include "pictures/png_pixels.h"
 
@@ -109,6 +112,45 @@ bool isXmp(const TextChunk& text) {
            std::equal(kXmpStart, kXmpStart + kXmpStartBytes, text.data.begin());
 }
 
+// The form that PNG's readers agree upon, which has no chunk for it: lines of hexadecimal digits
+// behind a name and a size.
+const std::string kIptcKeyword = "Raw profile type iptc";
+
+// IPTC data from a text; nothing if it is another text, damaged, or more than other formats take.
+std::vector<std::uint8_t> iptcOf(const TextChunk& chunk) {
+    constexpr std::size_t kMost = 1u << 18;
+    if (keywordOf(chunk) != kIptcKeyword || chunk.type == "iTXt") return {};
+    const auto start = chunk.data.begin() + static_cast<std::ptrdiff_t>(kIptcKeyword.size());
+    std::string text(start, chunk.data.end());
+    if (chunk.type == "zTXt") {
+        // Behind the keyword's end and the method.
+        if (text.size() < 2) return {};
+        std::string whole(kMost, '\0');
+        uLongf size = kMost;
+        const auto* bytes = reinterpret_cast<const Bytef*>(text.data());
+        if (uncompress(reinterpret_cast<Bytef*>(&whole[0]), &size, bytes + 2,
+                       static_cast<uLong>(text.size() - 2)) != Z_OK)
+            return {};
+        text = '\0' + whole.substr(0, size);
+    }
+    std::istringstream words(text.substr(std::min<std::size_t>(text.size(), 1)));
+    std::string word;
+    std::size_t size = 0;
+    if (!(words >> word >> size) || size > kMost) return {};
+    std::vector<std::uint8_t> iptc;
+    while (words >> word) {
+        if (word.size() % 2 != 0) return {};
+        for (std::size_t i = 0; i < word.size(); i += 2) {
+            unsigned byte = 0;
+            const auto [end, error] = std::from_chars(&word[i], &word[i] + 2, byte, 16);
+            if (error != std::errc() || end != &word[i] + 2) return {};
+            iptc.push_back(static_cast<std::uint8_t>(byte));
+        }
+    }
+    if (iptc.size() != size) return {};
+    return iptc;
+}
+
 // Metadata, which may stand behind the pixels, too: it is looked for before they are read. A pipe's
 // is not. Damage is left to libpng.
 void readMetadata(const InputFile& original, Tags& tags) {
@@ -143,6 +185,8 @@ void readMetadata(const InputFile& original, Tags& tags) {
             TextChunk text = {type, std::move(data)};
             if (isXmp(text)) {
                 tags.xmp.assign(text.data.begin() + kXmpStartBytes, text.data.end());
+            } else if (auto iptc = iptcOf(text); !iptc.empty() && tags.iptc.empty()) {
+                tags.iptc = std::move(iptc);
             } else {
                 tags.texts.push_back(std::move(text));
             }
@@ -150,10 +194,8 @@ void readMetadata(const InputFile& original, Tags& tags) {
     }
 }
 
-// The form that PNG's readers agree upon, which has no chunk for it: lines of hexadecimal digits.
 std::vector<std::uint8_t> iptcText(const std::vector<std::uint8_t>& iptc) {
-    const std::string keyword = "Raw profile type iptc";
-    std::string text = keyword + '\0' + "\niptc\n" + std::to_string(iptc.size());
+    std::string text = kIptcKeyword + '\0' + "\niptc\n" + std::to_string(iptc.size());
     for (std::size_t i = 0; i < iptc.size(); ++i) {
         constexpr char kDigits[] = "0123456789abcdef";
         if (i % 36 == 0) text += '\n';
@@ -164,6 +206,14 @@ std::vector<std::uint8_t> iptcText(const std::vector<std::uint8_t>& iptc) {
     return {text.begin(), text.end()};
 }
 
+// What libpng asks of a profile, in part only when it writes, and then by failing.
+bool isWhole(const std::vector<std::uint8_t>& profile) {
+    constexpr std::size_t kMarkAt = 36;
+    return profile.size() >= 132 && profile.size() % 4 == 0 &&
+           bigEndian(profile.data()) == profile.size() &&
+           std::memcmp(profile.data() + kMarkAt, "acsp", 4) == 0;
+}
+
 void writeTags(png_structp png, png_infop info, const Tags& tags, bool grey) {
     if (tags.intent) png_set_sRGB(png, info, *tags.intent);
     if (tags.gamma) png_set_gAMA_fixed(png, info, *tags.gamma);
@@ -171,7 +221,7 @@ void writeTags(png_structp png, png_infop info, const Tags& tags, bool grey) {
         const auto& p = *tags.primaries;
         png_set_cHRM_fixed(png, info, p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7]);
     }
-    if (profileFits(tags.profile, grey)) {
+    if (profileFits(tags.profile, grey) && isWhole(tags.profile)) {
         png_set_iCCP(png, info, tags.profileName.c_str(), PNG_COMPRESSION_TYPE_BASE,
                      tags.profile.data(), static_cast<png_uint_32>(tags.profile.size()));
     }
@@ -284,6 +334,8 @@ class PngWriter : public PictureWriter {
             writeTags(png(), info(), mHeader.tags, mHeader.grey);
             png_write_info(png(), info());
         });
+        if (!png_get_valid(png(), info(), PNG_INFO_iCCP))
+            drop(mHeader.tags.profile, "colour profile");
         writeMetadata(mHeader.tags);
     }
 

@@ -119,6 +119,9 @@ class WebPWriter : public WholePictureWriter {
   public:
     WebPWriter(PictureHeader header, int quality, std::FILE* file, std::string name)
         : WholePictureWriter(std::move(header), file, std::move(name)), mQuality(quality) {
+        // A grey profile would not fit: the file's pixels are always RGB.
+        dropColours(profileFits(mHeader.tags.profile, false));
+        dropDensity();
         drop(mHeader.tags.iptc, "IPTC data");
         drop(mHeader.tags.texts, "texts");
     }
@@ -141,7 +144,6 @@ class WebPWriter : public WholePictureWriter {
             fail("encoding failed: error " + std::to_string(encoder.picture.error_code));
 
         WebPData result = {encoder.writer.mem, encoder.writer.size};
-        // A grey profile would not fit: the file's pixels are always RGB.
         const Tags& tags = mHeader.tags;
         std::vector<std::pair<const char*, WebPData>> chunks;
         if (profileFits(tags.profile, false))

@@ -5,7 +5,7 @@ they stand for.
   $ convert $noise -colorspace gray in/grey.png
   $ convert $noise -interlace PNG in/interlaced.png
   $ convert $noise -define png:color-type=6 in/opaque.png
-  $ convert $noise -colors 15 -alpha set -channel A -fx 'i<2?0.5:1' +channel in/palette.png
+  $ convert $noise -colors 15 -alpha set -region 2x10 -channel A -evaluate set 50% +channel +region in/palette.png
   $ convert $noise -colorspace gray -alpha set -channel A -evaluate set 50% +channel in/transparent-grey.png
 A white ring on transparent black, as most programs leave it.
   $ convert -size 48x48 xc:none -fill none -stroke white -strokewidth 9.6 -draw 'circle 23.5,23.5 23.5,9.1' -depth 8 \

@@ -1,6 +1,7 @@
 Sheets show the source first, and then what the operations make of it.
   $ convert -size 300x90 plasma:red-blue -seed 7 -depth 8 in.png
   $ sheet() { upscale --scale 2 --force in.png sheet.png --crop 50,20,200x50 --zoom 1 "$@"; }
+  $ exiftool -q -q -overwrite_original -Artist=Any -Comment=Any in.png
   $ cell() { convert sheet.png -crop 400x100+$((16 + 416 * $1))+$((50 + 173 * $2)) +repage cell.png; }
   $ last() {
   >     upscale --scale 2 --force in.png last.png "$@"
@@ -10,6 +11,7 @@ Sheets show the source first, and then what the operations make of it.
   $ sheet --compare
   $ identify -format '%wx%h\n' sheet.png
   1680x396
+  $ exiftool -Artist -Comment sheet.png
   $ cell 0 0; alike 0 cell.png source.png
   $ last --op cast
   $ cell 2 1; alike 0 cell.png last.png
