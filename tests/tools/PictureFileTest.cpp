@@ -42,6 +42,7 @@ const Encoding kEncodings[] = {
         {"jpeg", 95, false, true, true, {"texts"}},
         {"webp", {}, true, false, false, {"IPTC data", "texts"}},
         {"webp", 95, false, false, false, {"IPTC data", "texts"}},
+        {"tiff", {}, true, true, true, {"EXIF data", "texts"}},
 };
 const Encoding& kPng = kEncodings[0];
 const Encoding& kJpeg = kEncodings[1];
@@ -111,6 +112,17 @@ std::string withHeaderSize(std::string png, std::uint32_t width, std::uint32_t h
     return png;
 }
 
+// What convert makes of a file, reduced as the readers do.
+std::vector<std::uint8_t> converted(const std::string& make) {
+    const std::string deep = output(make + "| convert - -depth 16 -endian MSB rgba:-");
+    std::vector<std::uint8_t> pixels;
+    for (std::size_t i = 0; i < deep.size(); i += 2) {
+        const int sample = (deep[i] & 0xff) << 8 | (deep[i + 1] & 0xff);
+        pixels.push_back(static_cast<std::uint8_t>((sample + 128) / 257));
+    }
+    return pixels;
+}
+
 TEST(PictureFileTest, EveryKindOfPngIsReadAndWrittenToTheBit) {
     const std::string alpha =
             "-alpha set -channel A +noise Random +channel -define png:color-type=";
@@ -157,14 +169,8 @@ TEST(PictureFileTest, EveryKindOfPngIsReadAndWrittenToTheBit) {
                                      interlace + kind.options + " png:- ";
             const std::string png = output(make);
             ASSERT_EQ(colourType(png), kind.type);
-            const std::string deep = output(make + "| convert - -depth 16 -endian MSB rgba:-");
-            std::vector<std::uint8_t> expected;
-            for (std::size_t i = 0; i < deep.size(); i += 2) {
-                const int sample = (deep[i] & 0xff) << 8 | (deep[i + 1] & 0xff);
-                expected.push_back(static_cast<std::uint8_t>((sample + 128) / 257));
-            }
             const Picture read = loaded(png);
-            EXPECT_EQ(read.pixels, expected);
+            EXPECT_EQ(read.pixels, converted(make));
             EXPECT_EQ(hasTransparency(read), kind.transparent);
             EXPECT_EQ(read.grey, (kind.type & PNG_COLOR_MASK_COLOR) == 0);
             const std::string again = stored(read, kPng);
@@ -173,6 +179,55 @@ TEST(PictureFileTest, EveryKindOfPngIsReadAndWrittenToTheBit) {
                                                  (kind.transparent ? PNG_COLOR_MASK_ALPHA : 0));
         }
     }
+}
+
+TEST(PictureFileTest, EveryKindOfTiffIsRead) {
+    const std::string alpha = "-alpha set -channel A +noise Random +channel ";
+    const std::string associated = alpha + "-define tiff:alpha=associated ";
+    const std::string tiles = "-define tiff:tile-geometry=32x16 ";
+    const std::string planes = "-interlace plane ";
+    const std::string white = "-colorspace gray -define quantum:polarity=min-is-white ";
+    const struct {
+        std::string options;
+        std::string format;
+        int tolerance;
+    } kKinds[] = {
+            {"-depth 8 -compress none", "tiff", 0},
+            {"-depth 16 -compress lzw -endian MSB", "tiff", 0},
+            {"-depth 16 -compress zip -endian LSB", "tiff64", 0},
+            {"-depth 8 -compress rle -colorspace gray", "tiff", 0},
+            {"-depth 16 -compress lzw " + white, "tiff", 0},
+            {"-depth 8 -compress jpeg -quality 95", "tiff", 2},
+            {"-depth 8 -compress zip " + alpha, "tiff", 0},
+            {"-depth 16 -compress none -colorspace gray " + alpha, "tiff", 0},
+            {"-depth 16 -compress lzw " + associated, "tiff", 1},
+            {"-depth 8 -compress lzw " + tiles + alpha, "tiff", 0},
+            {"-depth 8 -type palette -colors 200 -compress zip", "tiff", 0},
+            {"-depth 4 -type palette -colors 13 -compress none", "tiff", 0},
+            {"-depth 1 -type bilevel -compress none", "tiff", 0},
+            {"-depth 16 -compress none " + tiles, "tiff", 0},
+            {"-depth 8 -compress zip " + planes + alpha, "tiff", 0},
+            {"-depth 16 -compress none -define tiff:rows-per-strip=7 " + planes, "tiff", 0},
+    };
+    for (const auto& kind : kKinds) {
+        SCOPED_TRACE(kind.options);
+        const std::string make = "convert -size 71x39 xc:teal -seed 7 +noise Random " +
+                                 kind.options + " " + kind.format + ":- ";
+        const Picture read = loaded(output(make));
+        const std::vector<std::uint8_t> expected = converted(make);
+        ASSERT_EQ(read.pixels.size(), expected.size());
+        int worst = 0;
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            worst = std::max(worst, std::abs(read.pixels[i] - expected[i]));
+        EXPECT_LE(worst, kind.tolerance);
+        EXPECT_EQ(hasTransparency(read), kind.options.find(alpha) != std::string::npos);
+        EXPECT_EQ(read.grey, kind.options.find("gray") != std::string::npos ||
+                                     kind.options.find("bilevel") != std::string::npos);
+    }
+    const std::string turned = "convert -size 9x5 gradient: -depth 8 -orient RightTop tiff:-";
+    EXPECT_EQ(loaded(output(turned)).width, 5u);
+    const std::string cmyk = "convert -size 9x5 xc:teal -colorspace CMYK tiff:-";
+    EXPECT_THAT(reasonOf(output(cmyk)), HasSubstr("CMYK"));
 }
 
 TEST(PictureFileTest, ColourTagsOfPngComeBack) {
@@ -480,14 +535,15 @@ TEST(PictureFileTest, MetadataGoesAlongAndIsSetRight) {
         const std::uint8_t sizes[2][4] = {{0, 0, 1, 44}, {0, 0, 0, 9}};
         std::copy_n(sizes[0], 4, exif.begin() + 48);
         std::copy_n(sizes[1], 4, exif.begin() + 60);
-        EXPECT_EQ(tags.exif, exif);
+        const bool tiff = encoding.format == std::string("tiff");
+        EXPECT_EQ(tags.exif, tiff ? bytesOf("") : exif);
         const std::string read(tags.xmp.begin(), tags.xmp.end());
         EXPECT_THAT(read, HasSubstr("tiff:Orientation=\"1\""));
         EXPECT_THAT(read, HasSubstr("tiff:ImageWidth=\"300\""));
         EXPECT_THAT(read, HasSubstr("Somebody"));
         const bool png = encoding.format == std::string("png");
         const bool jpeg = encoding.format == std::string("jpeg");
-        EXPECT_EQ(tags.iptc, png || jpeg ? picture.tags.iptc : bytesOf(""));
+        EXPECT_EQ(tags.iptc, png || jpeg || tiff ? picture.tags.iptc : bytesOf(""));
         ASSERT_EQ(tags.texts.size(), png ? 2u : jpeg ? 1u : 0u);
         if (!tags.texts.empty()) {
             EXPECT_EQ(tags.texts[0].data, picture.tags.texts[0].data);

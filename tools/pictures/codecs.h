@@ -36,6 +36,12 @@ std::unique_ptr<PictureReader> openWebP(InputFile file);
 std::unique_ptr<PictureWriter> createWebP(PictureHeader header, const Encoding& encoding,
                                           std::FILE* file, std::string name);
 
+/// Grey, RGB or a palette, up to 16 bits, by strips or tiles; the first picture of the file.
+std::unique_ptr<PictureReader> openTiff(InputFile file);
+/// Grey or RGB, with alpha or without, compressed by deflate. BigTIFF if it may be large.
+std::unique_ptr<PictureWriter> createTiff(PictureHeader header, const Encoding& encoding,
+                                          std::FILE* file, std::string name);
+
 }  // namespace upscale
 
 #endif  // UPSCALER_TOOLS_PICTURES_CODECS_H

@@ -38,6 +38,8 @@ const std::vector<PictureFormat> kPictureFormats = {
     {"PNG",  {"png"},         kAnySide,     true,  kNoQuality, {"\x89PNG\r\n\x1a\n"sv}, openPng,  true,  createPng},
     {"JPEG", {"jpg", "jpeg"}, 65500,        false, 90,         {"\xff\xd8\xff"sv},      openJpeg, true,  createJpeg},
     {"WebP", {"webp"},        16383,        true,  kLossless,  {"RIFF????WEBP"sv},      openWebP, false, createWebP},
+    {"TIFF", {"tif", "tiff"}, kAnySide,     true,  kNoQuality, {"II*\0"sv, "MM\0*"sv,
+                                                                "II+\0"sv, "MM\0+"sv}, openTiff, true,  createTiff},
 };
 // clang-format on
 

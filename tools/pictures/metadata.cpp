@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <exception>
 #include <exiv2/exiv2.hpp>
+#include <iterator>
 #include <mutex>
 #include <utility>
 
@@ -45,6 +46,28 @@ void mendXmp(std::vector<std::uint8_t>& xmp, std::uint32_t width, std::uint32_t 
 void mendMetadata(Tags& tags, std::uint32_t width, std::uint32_t height) {
     mendExif(tags.exif, width, height);
     if (!tags.xmp.empty()) mendXmp(tags.xmp, width, height);
+}
+
+std::vector<std::uint8_t> exifOfTiff(const std::string& path) {
+    // Who and when, and where the rest is.
+    constexpr std::uint16_t kKept[] = {0x010d, 0x010e, 0x010f, 0x0110, 0x0131,
+                                       0x0132, 0x013b, 0x013c, 0x8298};
+    try {
+        const auto image = Exiv2::ImageFactory::open(path);
+        image->readMetadata();
+        Exiv2::ExifData kept;
+        for (const Exiv2::Exifdatum& datum : image->exifData()) {
+            const std::string group = datum.groupName();
+            const bool noted = group == "Image" && std::find(std::begin(kKept), std::end(kKept),
+                                                             datum.tag()) != std::end(kKept);
+            if (noted || group == "Photo" || group == "GPSInfo" || group == "Iop") kept.add(datum);
+        }
+        Exiv2::Blob blob;
+        if (!kept.empty()) Exiv2::ExifParser::encode(blob, Exiv2::littleEndian, kept);
+        return {blob.begin(), blob.end()};
+    } catch (const std::exception&) {
+        return {};
+    }
 }
 
 std::string keywordOf(const TextChunk& text) {

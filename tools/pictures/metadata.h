@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "pictures/picture.h"
 
@@ -14,6 +15,10 @@ namespace upscale {
 /// Sets the orientation in EXIF and XMP data to 1, upright, and their sizes in pixels to those
 /// given. Adds none. What cannot be read stays as it is.
 void mendMetadata(Tags& tags, std::uint32_t width, std::uint32_t height);
+
+/// What a camera or a person has noted in a TIFF file, as EXIF data: not how the pixels are stored.
+/// Empty if there is none or it cannot be read.
+std::vector<std::uint8_t> exifOfTiff(const std::string& path);
 
 /// The keyword of a PNG text chunk.
 std::string keywordOf(const TextChunk& text);

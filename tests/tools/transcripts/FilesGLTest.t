@@ -64,7 +64,7 @@ Failures leave no file behind.
   upscale: short.png: the file is cut short
   [1]
   $ upscale --scale 2 icon.png out.jpg
-  upscale: out.jpg: the picture is transparent in parts, which JPEG cannot hold; PNG * can (glob)
+  upscale: out.jpg: the picture is transparent in parts, which JPEG cannot hold; PNG, * can (glob)
   [1]
   $ upscale --scale 2 in.png short.png/
   upscale: short.png/: not a folder
@@ -117,6 +117,12 @@ The content of an input decides its format, and the name of an output.
   photo.png JPEG 16x12
   picture.Webp WEBP 32x24
   picture JPEG 32x24
+  $ convert in.png iso.tif
+  $ exiftool -q -overwrite_original -ISO=200 iso.tif
+  $ upscale --scale 1 iso.tif iso.png
+  $ exiftool -s -ISO -StripOffsets iso.png
+  ISO                             : 200
+  $ rm iso.*
   $ for i in in.png picture; do convert $i -crop 1x1+0+0 corner-$i; done
   $ alike 8 corner-in.png corner-picture
 
