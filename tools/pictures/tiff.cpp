@@ -248,6 +248,7 @@ class TiffReader : public PictureReader {
         mAcross = (header.width - 1) / mPartWidth + 1;
         mParts = std::uint64_t{mAcross} * (mSeparate ? mSamples : 1);
         mBandBytes = mParts * mPartBytes;
+        if (mBandBytes / (kMostPixelsPerByte * Picture::kChannels) > size) mInput.fail(kCutShort);
         if (mPartBytes > kLargestBand || mBandBytes > kLargestBand)
             mInput.fail("the strips or tiles are too large");
     }
