@@ -89,8 +89,8 @@ void printFact(const char* name, const std::string& value) {
 std::string printDriver(LibraryLog& log) {
     const auto upscaler = Runner::makeUpscaler();
     log.takeError();  // It follows from what is missing, or comes again.
-    printFact("upscale", UPSCALE_VERSION);
     if (eglGetCurrentContext() == EGL_NO_CONTEXT) return "";
+    printFact("upscale", UPSCALE_VERSION);
     for (const auto& [name, value] : driverFacts())
         printFact(name.c_str(), value);
     return missingFromDriver();
