@@ -98,7 +98,8 @@ class WebPReader : public PictureReader {
         if (!WebPInitDecoderConfig(&config)) throw std::bad_alloc();
         config.output.colorspace = MODE_RGBA;
         config.output.is_external_memory = 1;
-        config.output.u.RGBA = {rows, mRowBytes, std::size_t{count} * mRowBytes};
+        const auto size = static_cast<std::size_t>(mRowBytes) * count;
+        config.output.u.RGBA = {rows, mRowBytes, size};
         const VP8StatusCode status = WebPDecode(mBytes.data(), mBytes.size(), &config);
         if (status == VP8_STATUS_OUT_OF_MEMORY) throw std::bad_alloc();
         if (status == VP8_STATUS_NOT_ENOUGH_DATA || status == VP8_STATUS_SUSPENDED) fail(kCutShort);
