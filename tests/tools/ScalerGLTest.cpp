@@ -138,6 +138,8 @@ TEST_P(ScalerGLTest, TransparentNeighboursGiveAsMuchColourAsIsSeenOfThem) {
         const bool inside = std::hypot(i % 192 - 95.5, i / 192 - 95.5) < 40;
         EXPECT_TRUE(result.alpha(i) == 255 || !inside) << i;
     }
+    EXPECT_EQ(result.alpha(0), 0);
+    EXPECT_NEAR(result.alpha(96 * 192 + 32), 30, 1);
     // Those that take a colour unmixed take all of it.
     if (!GetParam().mixesColours) return;
     int green = 0;  // over black
