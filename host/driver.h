@@ -22,7 +22,7 @@ namespace android::host {
     X(eglDestroySyncKHR) X(eglDupNativeFenceFDANDROID) X(eglGetSyncAttribKHR) \
     X(eglQueryDeviceStringEXT) X(eglQueryDisplayAttribEXT) X(eglWaitSyncKHR)
 #define HOST_GL_FUNCTIONS(X) \
-    X(glBindFramebuffer) X(glBindTexture) X(glCheckFramebufferStatus) X(glDeleteTextures) \
+    X(glBindFramebuffer) X(glBindTexture) X(glCheckFramebufferStatus) X(glClear) X(glDeleteTextures) \
     X(glEGLImageTargetTexture2DOES) X(glFinish) X(glFlush) X(glFramebufferTexture2D) X(glGenFramebuffers) X(glGenTextures) \
     X(glGetError) X(glGetIntegerv) X(glPixelStorei) X(glReadPixels) X(glTexParameteri) \
     X(glTexStorage2D) X(glTexSubImage2D)

@@ -7,6 +7,7 @@
 #include <new>
 #include <system_error>
 
+#include "host/context.h"
 #include "host/displays.h"
 #include "host/log.h"
 #include "host/process_wide.h"
@@ -105,11 +106,7 @@ void GlThread::threadMain() {
     if (opened) work(host);
     {
         const InDriver inDriver;
-        if (host.context != EGL_NO_CONTEXT) {
-            driver().eglMakeCurrent(host.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-            driver().eglDestroyContext(host.display, host.context);
-        }
-        driver().eglReleaseThread();
+        closeContext(host.display, host.context);
     }
     const std::lock_guard<std::mutex> lock(mMutex);
     mState = opened ? State::Ended : State::Failed;
@@ -146,18 +143,7 @@ bool GlThread::open(HostContext* host) {
         mFailure = {"no EGL display can be initialised", driver().eglGetError()};
         return false;
     }
-    driver().eglBindAPI(EGL_OPENGL_ES_API);
-    const EGLint configAttributes[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_ES3_BIT, EGL_NONE};
-    const EGLint contextAttributes[] = {EGL_CONTEXT_CLIENT_VERSION, 3, EGL_NONE};
-    // Without a display server there may be no config; the context then is made with none.
-    EGLConfig config = nullptr;
-    EGLint configCount = 0;
-    driver().eglChooseConfig(host->display, configAttributes, &config, 1, &configCount);
-    host->context =
-            driver().eglCreateContext(host->display, config, EGL_NO_CONTEXT, contextAttributes);
-    if (host->context == EGL_NO_CONTEXT ||
-        driver().eglMakeCurrent(host->display, EGL_NO_SURFACE, EGL_NO_SURFACE, host->context) !=
-                EGL_TRUE) {
+    if (!openContext(host->display, &host->context)) {
         mFailure = {"no OpenGL ES 3 context", driver().eglGetError()};
         return false;
     }

@@ -3,13 +3,13 @@
 
 #include <fcntl.h>
 
-#include <atomic>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "host/descriptor.h"
 #include "host/displays.h"
+#include "host/driver_fences.h"
 #include "host/egl_error.h"
 #include "host/fence_waiter.h"
 #include "host/native_sync.h"
@@ -19,18 +19,6 @@ namespace android::host {
 namespace {
 
 constexpr EGLint kNoDescriptor = EGL_NO_NATIVE_FENCE_FD_ANDROID;
-
-// The latest display of either kind: asked twice a frame, and some lists of extensions are long.
-std::atomic<EGLDisplay> displayWithFences{EGL_NO_DISPLAY};
-std::atomic<EGLDisplay> displayWithoutFences{EGL_NO_DISPLAY};
-
-bool driverHasFences(EGLDisplay display) {
-    if (display == displayWithFences.load()) return true;
-    if (display == displayWithoutFences.load()) return false;
-    const bool has = driver().hasExtension(display, "EGL_ANDROID_native_fence_sync");
-    (has ? displayWithFences : displayWithoutFences) = display;
-    return has;
-}
 
 // The descriptor that a list of attributes asks for, -1 for a new fence; none for a bad list.
 template <typename Attribute>
@@ -72,7 +60,7 @@ EGLSyncKHR create(EGLDisplay display, const Attribute* attributes) {
     if (usable != EGL_SUCCESS) return eglFailure(usable, EGL_NO_SYNC_KHR);
     const std::optional<int> fd = descriptorOf(attributes);
     if (!fd) return eglFailure(EGL_BAD_ATTRIBUTE, EGL_NO_SYNC_KHR);
-    if (driverHasFences(display)) {
+    if (driverFencesWork(display)) {
         const EGLint list[] = {EGL_SYNC_NATIVE_FENCE_FD_ANDROID, *fd, EGL_NONE};
         return driver().eglCreateSyncKHR(display, EGL_SYNC_NATIVE_FENCE_ANDROID,
                                          *fd == kNoDescriptor ? nullptr : list);
@@ -143,7 +131,7 @@ EGLint dupNativeFence(EGLDisplay display, EGLSyncKHR sync) {
     if (sync == EGL_NO_SYNC_KHR) return eglFailure(EGL_BAD_PARAMETER, kNoDescriptor);
 
     const Driver& egl = driver();
-    if (driverHasFences(display)) {
+    if (driverFencesWork(display)) {
         // A sync has a descriptor only once it is flushed.
         if (egl.eglGetCurrentContext() != EGL_NO_CONTEXT) egl.glFlush();
         base::unique_fd fence(egl.eglDupNativeFenceFDANDROID(display, sync));
@@ -191,8 +179,7 @@ EGLBoolean getSyncAttribute(EGLDisplay display, EGLSync sync, EGLint attribute, 
 }
 
 void endNativeFences(EGLDisplay display) {
-    displayWithFences = EGL_NO_DISPLAY;
-    displayWithoutFences = EGL_NO_DISPLAY;
+    forgetDriverFences();
     FenceWaiter::get().finish(display);
     NativeSyncs::get().releaseAll(display);
 }

@@ -9,7 +9,7 @@ namespace android::host {
 // What eglCreateSyncKHR answers for EGL_SYNC_NATIVE_FENCE_ANDROID, and the other functions that
 // take a sync for every type; those of EGL 1.5 too, which take the same syncs. Any thread.
 //
-// Where the display has EGL_ANDROID_native_fence_sync these are the driver's own. Elsewhere a
+// Where the driver's own fences work, see driver_fences.h, these are the driver's. Elsewhere a
 // native fence is a `NativeSync`, of the driver's sync or of the descriptor that was handed in.
 
 EGLSyncKHR createNativeFence(EGLDisplay display, const EGLint* attributes);

@@ -17,8 +17,6 @@
 #include "host/process_wide.h"
 
 namespace android::host {
-namespace {
-
 nsecs_t syncFileTime(int fd) {
     sync_file_info info{};
     if (ioctl(fd, SYNC_IOC_FILE_INFO, &info) != 0) return Fence::SIGNAL_TIME_INVALID;
@@ -36,8 +34,6 @@ nsecs_t syncFileTime(int fd) {
     }
     return latest;
 }
-
-}  // namespace
 
 SignalTimes& SignalTimes::get() {
     return processWide<SignalTimes>();

@@ -36,6 +36,8 @@ class SignalTimes {
     size_t mOldest = 0;
 };
 
+/// What the kernel says of a sync file; SIGNAL_TIME_INVALID for any other descriptor.
+nsecs_t syncFileTime(int fd);
 /// What `Fence::getSignalTime` answers for any descriptor: the host's, a sync file, or another.
 nsecs_t signalTime(int fd);
 /// The same for one that is known to be signalled.

@@ -7,6 +7,7 @@
 #include "memory_file.h"
 #include "tools/common/failure.h"
 #include "tools/pictures/formats.h"
+#include "tools/pictures/metadata.h"
 
 namespace {
 
@@ -43,11 +44,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto [format, reader] = upscale::openPicture(memoryFile(data, size));
         const std::uint64_t pixels = std::uint64_t{reader->width()} * reader->height();
         if (format != upscale::formatNamed(PICTURE_FORMAT) || pixels > kMostPixels) return 0;
-        const upscale::Picture picture = reader->read();
+        upscale::Picture picture = reader->read();
         if (pixels == 0 || picture.width != reader->width() || picture.height != reader->height() ||
             picture.pixels.size() != pixels * upscale::Picture::kChannels) {
             std::abort();
         }
+        mendMetadata(picture.tags, picture.width, picture.height);
     } catch (const upscale::Failure&) {
     }
     return 0;

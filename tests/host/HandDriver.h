@@ -4,8 +4,12 @@
 #ifndef UPSCALER_TESTS_HOST_HANDDRIVER_H
 #define UPSCALER_TESTS_HOST_HANDDRIVER_H
 
+#include <linux/sync_file.h>
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
+#include <utils/Timers.h>
 
+#include <cstdarg>
 #include <cstring>
 #include <map>
 #include <regex>
@@ -26,6 +30,8 @@ struct HandDriver {
     // Whether it has native fences of its own: one sync at a time, of this descriptor.
     bool hasNativeFences = false;
     base::unique_fd descriptor{eventfd(0, EFD_CLOEXEC)};
+    enum class File { Pending, SignalledNow, SignalledBefore, None };
+    std::atomic<File> file{File::Pending};  // What the kernel says of it.
     std::atomic<bool> syncLives{false};
     int flushesBeforeSync = 0;
 
@@ -50,9 +56,10 @@ inline EGLSyncKHR handCreateSync(EGLDisplay display, EGLenum type, const EGLint*
     EXPECT_EQ(attributes, nullptr);
     hand.flushesBeforeSync = hand.flushes;
     hand.syncLives = true;
-    EXPECT_EQ(type,
-              EGLenum(hand.hasNativeFences ? EGL_SYNC_NATIVE_FENCE_ANDROID : EGL_SYNC_FENCE_KHR));
-    if (hand.hasNativeFences) return &hand;
+    if (type == EGL_SYNC_NATIVE_FENCE_ANDROID) {
+        EXPECT_TRUE(hand.hasNativeFences);
+        return &hand;
+    }
     return driverFunction<PFNEGLCREATESYNCKHRPROC>("eglCreateSyncKHR")(display, type, attributes);
 }
 
@@ -93,6 +100,25 @@ inline void handFlush() {
 EXPORTED void* dlopen(const char* file, int mode) {
     if (file != nullptr && std::strcmp(file, "libEGL.so.1") == 0) return nullptr;
     return android::test::next<decltype(&dlopen)>("dlopen")(file, mode);
+}
+
+EXPORTED int ioctl(int fd, unsigned long request, ...) {
+    using namespace android::test;
+    va_list arguments;
+    va_start(arguments, request);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (request != SYNC_IOC_FILE_INFO || hand.file == HandDriver::File::None) {
+        return next<decltype(&ioctl)>("ioctl")(fd, request, argument);
+    }
+    auto& info = *static_cast<sync_file_info*>(argument);
+    info.status = hand.file == HandDriver::File::Pending ? 0 : 1;
+    info.num_fences = 1;
+    if (auto* fence = reinterpret_cast<sync_fence_info*>(info.sync_fence_info)) {
+        const bool now = hand.file == HandDriver::File::SignalledNow;
+        fence->timestamp_ns = now ? static_cast<uint64_t>(systemTime()) : 1;
+    }
+    return 0;
 }
 
 EXPORTED const char* eglQueryString(EGLDisplay display, EGLint name) {

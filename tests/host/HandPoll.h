@@ -42,8 +42,14 @@ inline OtherPolls otherPolls;
 
 }  // namespace android::test
 
-extern "C" __attribute__((visibility("default"))) int poll(pollfd* polled, nfds_t count,
-                                                           int timeout) {
+// By other names in C++, since the fortified header may define those.
+extern "C" {
+__attribute__((visibility("default"))) int handPoll(pollfd*, nfds_t, int) __asm__("poll");
+__attribute__((visibility("default"))) int handPpoll(pollfd*, nfds_t, const timespec*,
+                                                     const sigset_t*) __asm__("ppoll");
+}
+
+int handPoll(pollfd* polled, nfds_t count, int timeout) {
     using namespace android::test;
     static const auto real = next<decltype(&poll)>("poll");
     int result = 0;
@@ -62,9 +68,7 @@ extern "C" __attribute__((visibility("default"))) int poll(pollfd* polled, nfds_
     return -1;
 }
 
-extern "C" __attribute__((visibility("default"))) int ppoll(pollfd* polled, nfds_t count,
-                                                            const timespec* timeout,
-                                                            const sigset_t* signals) {
+int handPpoll(pollfd* polled, nfds_t count, const timespec* timeout, const sigset_t* signals) {
     using namespace android::test;
     static const auto real = next<decltype(&ppoll)>("ppoll");
     ++otherPolls.count;

@@ -10,7 +10,10 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "fuzz/memory_file.h"
 #include "painted.h"
@@ -31,16 +34,17 @@ struct Encoding {
     bool grey;     // Whether the format has grey pictures,
     bool density;  // a density,
     bool profile;  // and a colour profile that nobody looks into, which PNG does.
+    std::vector<std::string> dropped;  // Of the metadata.
 };
 // What each format keeps.
-constexpr Encoding kEncodings[] = {
-        {"png", {}, true, true, true, false},
-        {"jpeg", 95, false, true, true, true},
-        {"webp", {}, true, false, false, true},
-        {"webp", 95, false, false, false, true},
+const Encoding kEncodings[] = {
+        {"png", {}, true, true, true, false, {}},
+        {"jpeg", 95, false, true, true, true, {"texts"}},
+        {"webp", {}, true, false, false, true, {"IPTC data", "texts"}},
+        {"webp", 95, false, false, false, true, {"IPTC data", "texts"}},
 };
-constexpr Encoding kPng = kEncodings[0];
-constexpr Encoding kJpeg = kEncodings[1];
+const Encoding& kPng = kEncodings[0];
+const Encoding& kJpeg = kEncodings[1];
 
 std::string readAll(std::FILE* file) {
     std::string bytes;
@@ -259,6 +263,28 @@ TEST(PictureFileTest, RowsByPartsAreThoseOfTheWhole) {
     }
 }
 
+// Several strips, of flat and of noisy parts, each compressed in its own way.
+TEST(PictureFileTest, EveryCompressionOfPngKeepsThePixels) {
+    std::uint32_t random = 1;
+    const Picture picture = painted(1500, 700, [&](unsigned x, unsigned y) -> Rgba {
+        random = random * 1664525 + 1013904223;
+        const auto noise = static_cast<std::uint8_t>(y < 350 ? random >> 24 : x / 9 * y / 11);
+        return {noise, static_cast<std::uint8_t>(x), static_cast<std::uint8_t>(y), 255};
+    });
+    std::size_t last = std::numeric_limits<std::size_t>::max();
+    for (const auto compression :
+         {upscale::Compression::Fast, upscale::Compression::Default, upscale::Compression::Best}) {
+        std::FILE* file = std::tmpfile();
+        writePicture(picture, *formatNamed("png"), {{}, compression}, file, "stored");
+        std::rewind(file);
+        const std::string bytes = readAll(file);
+        std::fclose(file);
+        EXPECT_EQ(loaded(bytes).pixels, picture.pixels);
+        EXPECT_LT(bytes.size(), last);
+        last = bytes.size();
+    }
+}
+
 TEST(PictureFileTest, ProfileAndDensityGoAlong) {
     Picture picture = slopes(9, 9, false);
     picture.tags.density = upscale::Density{11811, 5906, true};  // 300 and 150 to an inch
@@ -293,6 +319,103 @@ TEST(PictureFileTest, NoPartOfAFileIsTakenForTheWhole) {
             ASSERT_THAT(reasonOf(whole.substr(0, length)), HasSubstr("the file is cut short"))
                     << encoding.format << " " << length;
     }
+}
+
+std::vector<std::uint8_t> bytesOf(const std::string& text) {
+    return {text.begin(), text.end()};
+}
+
+// EXIF data with an orientation of 6 and, as a photograph's size, 40 x 30 in short numbers.
+std::vector<std::uint8_t> exifTurned() {
+    return bytesOf(
+            std::string("MM\0\x2a\0\0\0\x08"
+                        "\0\x02\x01\x12\0\3\0\0\0\1\0\6\0\0"
+                        "\x87\x69\0\4\0\0\0\1\0\0\0\x26\0\0\0\x40"
+                        "\0\2\xa0\2\0\3\0\0\0\1\0\x28\0\0"
+                        "\xa0\3\0\3\0\0\0\1\0\x1e\0\0\0\0\0\0",
+                        68));
+}
+
+std::string xmpTurned() {
+    return "<x:xmpmeta xmlns:x='adobe:ns:meta/'><rdf:RDF "
+           "xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'><rdf:Description "
+           "rdf:about='' xmlns:tiff='http://ns.adobe.com/tiff/1.0/' tiff:Orientation='6' "
+           "tiff:ImageWidth='40' tiff:Make='Somebody'/></rdf:RDF></x:xmpmeta>";
+}
+
+TEST(PictureFileTest, MetadataGoesAlongAndIsSetRight) {
+    for (const Encoding& encoding : kEncodings) {
+        SCOPED_TRACE(encoding.format);
+        Picture picture = slopes(300, 9, false);
+        picture.tags.exif = exifTurned();
+        const std::string xmp = xmpTurned();
+        picture.tags.xmp = bytesOf(xmp);
+        picture.tags.iptc = bytesOf(std::string("8BIM\4\4\0\0\0\0\0\2ab", 14));
+        picture.tags.texts = {{"tEXt", bytesOf(std::string("Comment\0ours", 12))},
+                              {"tEXt", bytesOf(std::string("Title\0sea", 9))}};
+        std::FILE* file = std::tmpfile();
+        EXPECT_EQ(writePicture(picture, *formatNamed(encoding.format), {encoding.quality}, file,
+                               "stored"),
+                  encoding.dropped);
+        std::rewind(file);
+        const std::string bytes = readAll(file);
+        std::fclose(file);
+        const upscale::Tags tags = loaded(bytes).tags;
+        auto exif = exifTurned();
+        exif[19] = 1;             // upright
+        exif[37] = 0;             // without the thumbnail
+        exif[43] = exif[55] = 4;  // long numbers
+        const std::uint8_t sizes[2][4] = {{0, 0, 1, 44}, {0, 0, 0, 9}};
+        std::copy_n(sizes[0], 4, exif.begin() + 48);
+        std::copy_n(sizes[1], 4, exif.begin() + 60);
+        EXPECT_EQ(tags.exif, exif);
+        const std::string read(tags.xmp.begin(), tags.xmp.end());
+        EXPECT_THAT(read, HasSubstr("tiff:Orientation=\"1\""));
+        EXPECT_THAT(read, HasSubstr("tiff:ImageWidth=\"300\""));
+        EXPECT_THAT(read, HasSubstr("Somebody"));
+        const bool png = encoding.format == std::string("png");
+        const bool jpeg = encoding.format == std::string("jpeg");
+        EXPECT_EQ(tags.iptc, jpeg ? picture.tags.iptc : bytesOf(""));
+        ASSERT_EQ(tags.texts.size(), png ? 3u : jpeg ? 1u : 0u);
+        if (!tags.texts.empty()) {
+            EXPECT_EQ(tags.texts[png ? 1 : 0].data, picture.tags.texts[0].data);
+        }
+    }
+}
+
+// A chunk of a PNG file.
+std::string chunk(const std::string& type, const std::string& data) {
+    const auto number = [](unsigned long value) {
+        std::string bytes;
+        for (const int shift : {24, 16, 8, 0})
+            bytes += static_cast<char>(value >> shift);
+        return bytes;
+    };
+    const std::string body = type + data;
+    const auto* bytes = reinterpret_cast<const Bytef*>(body.data());
+    return number(data.size()) + body + number(crc32(0, bytes, static_cast<uInt>(body.size())));
+}
+
+TEST(PictureFileTest, ChunksAroundThePixelsOfAPngCount) {
+    const std::string png = stored(slopes(40, 30, false), kPng);
+    constexpr std::size_t kHeaderEnd = 33;
+    constexpr std::size_t kEndBytes = 12;
+    const auto exif = exifTurned();
+    const std::string turned = chunk("eXIf", {exif.begin(), exif.end()});
+    for (const std::size_t at : {kHeaderEnd, png.size() - kEndBytes}) {
+        const Picture picture = loaded(std::string(png).insert(at, turned));
+        EXPECT_EQ(picture.width, 30u);
+        EXPECT_EQ(picture.height, 40u);
+    }
+    const std::string points = chunk("cICP", std::string("\x0c\x0d\0\1", 4));
+    const Picture p3 = loaded(std::string(png).insert(kHeaderEnd, points));
+    EXPECT_THAT(stored(p3, kPng), HasSubstr(points));
+    const std::string animation = chunk("acTL", std::string("\0\0\0\1\0\0\0\0", 8));
+    EXPECT_THAT(reasonOf(std::string(png).insert(kHeaderEnd, animation)),
+                HasSubstr("is an animation"));
+    std::string promise = chunk("tEXt", "a");
+    promise[0] = '\x7f';
+    EXPECT_NE(reasonOf(std::string(png).insert(kHeaderEnd, promise)), "");
 }
 
 // JPEG and WebP have no checksums.

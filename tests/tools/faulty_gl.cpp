@@ -38,6 +38,16 @@ __attribute__((visibility("default"))) void glCompileShader(GLuint shader) {
     if (!broken("bad-shaders")) next<decltype(&glCompileShader)>("glCompileShader")(shader);
 }
 
+__attribute__((visibility("default"))) void glGetIntegerv(GLenum name, GLint* values) {
+    next<decltype(&glGetIntegerv)>("glGetIntegerv")(name, values);
+    if (broken("gles-3.1") && name == GL_MINOR_VERSION) *values = 1;
+}
+
+__attribute__((visibility("default"))) const GLubyte* glGetString(GLenum name) {
+    const GLubyte* real = next<decltype(&glGetString)>("glGetString")(name);
+    return broken("no-extensions") && name == GL_EXTENSIONS ? nullptr : real;
+}
+
 // The host's, under the names that its clients are linked with.
 __attribute__((visibility("default"))) EGLint __wrap_eglDupNativeFenceFDANDROID(EGLDisplay display,
                                                                                 void* sync) {

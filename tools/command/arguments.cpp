@@ -74,20 +74,6 @@ auto numberWithin(Number least, Number most) {
     };
 }
 
-std::optional<double> scaleIn(const std::string& text) {
-    const auto scale = parseNumber<double>(text);
-    return scale && std::isfinite(*scale) && *scale > 0 ? scale : std::nullopt;
-}
-
-std::optional<Size> sizeIn(const std::string& text) {
-    const std::vector<std::string> sides = split(text, 'x');
-    if (sides.size() != 2) return std::nullopt;
-    const auto width = parseNumber<std::uint32_t>(sides[0]);
-    const auto height = parseNumber<std::uint32_t>(sides[1]);
-    if (!width || !height || *width == 0 || *height == 0) return std::nullopt;
-    return Size{*width, *height};
-}
-
 std::optional<Crop> cropIn(const std::string& text) {
     const std::vector<std::string> parts = split(text, ',');
     if (parts.size() != 3) return std::nullopt;
@@ -189,11 +175,12 @@ void printList() {
     }
 }
 
-constexpr char kUsage[] = R"(Usage: upscale (--size WxH | --scale F) [OPTION...] IN OUT
-       upscale (--size WxH | --scale F) [OPTION...] IN... FOLDER
-       upscale (--compare | --sweep A:B) (--size WxH | --scale F) [OPTION...]
-               IN OUT
+constexpr char kUsage[] = R"(Usage: upscale SIZE [OPTION...] IN OUT
+       upscale SIZE [OPTION...] IN... FOLDER
+       upscale (--compare | --sweep A:B) SIZE [OPTION...] IN OUT
        upscale (--check | --list | --version | --help)
+
+SIZE is one of --size WxH, --fit WxH and --scale F.
 
 Files:
   IN                    Picture to read, folder of pictures, Y4M video, or - for
@@ -328,8 +315,8 @@ class CommandLine {
             return mArguments;
         }
         setPaths(mArguments, mPaths);
-        if (given("--size") == given("--scale"))
-            usage("wrong usage", "give one of --size and --scale");
+        if (given("--size") + given("--fit") + given("--scale") != 1)
+            usage("wrong usage", "give one of --size, --fit and --scale");
         readSharpness();
         if (mArguments.task != kVideo) readFormat();
         return mArguments;
@@ -410,10 +397,15 @@ void CommandLine::addScaling() {
              std::string("Operation; the default is ") + kOperations.front().name +
                      ", and --list describes them all",
              "an operation", operations, mArguments.operation);
-    add(kScaling, "--size", "WxH", "Size of the output in pixels", "a size; give it as 1920x1080",
-        sizeIn, mArguments.size);
-    add(kScaling, "--scale", "F", "Size of the output as a multiple of the input's size",
-        "a scale; give a number above 0", scaleIn, mArguments.scale);
+    add(kScaling, "--size", "WxH",
+        "Size of the output in pixels; Wx or xH alone keeps the picture's shape",
+        "a size; give it as 1920x1080, 1920x or x1080", targetSizeIn, mArguments.target.size);
+    add(kScaling, "--fit", "WxH",
+        "Largest size of the output, in pixels, that is within WxH and keeps the picture's shape",
+        "a size; give it as 1920x1080", sizeIn, mArguments.target.fit);
+    add(kScaling, "--scale", "F",
+        "Size of the output as a multiple of the input's size: 2, 0.5 or 50%",
+        "a scale; give a number above 0 or a percentage", scaleIn, mArguments.target.scale);
     add(kPictures | kVideo,
         mApp.add_option("--sharpness", mSharpness, "Sharpness, in the operation's own scale")
                 ->option_text("S"));
@@ -433,6 +425,12 @@ void CommandLine::addWriting() {
              "a format", formats, mArguments.format);
     add(kPictures | kSheets, "--quality", "N", "Quality, 1 to 100; see Formats below",
         "a quality; give 1 to 100", numberWithin(1, 100), mArguments.quality);
+    addWords<Compression>(kPictures | kSheets, "--compression",
+                          "Time for making PNG files small: fast, default or best", "a compression",
+                          {{"fast", Compression::Fast},
+                           {"default", Compression::Default},
+                           {"best", Compression::Best}},
+                          mArguments.compression);
     addFlag(kScaling, "--force", "Replace files that exist", mArguments.force);
 }
 
@@ -528,19 +526,14 @@ void CommandLine::readFormat() {
         usage("--quality", format->name + " is lossless and has no quality");
 }
 
-std::uint32_t scaledSide(std::uint32_t side, double scale) {
-    constexpr double kMost = std::numeric_limits<std::uint32_t>::max();
-    return static_cast<std::uint32_t>(std::min(std::floor(side * scale + 0.5), kMost));
-}
-
 }  // namespace
 
 Size Arguments::outputSize(const std::string& input, Size from) const {
-    if (size) return *size;
-    const Size scaled = {scaledSide(from.width, scale), scaledSide(from.height, scale)};
+    const Size scaled = target.of(from);
     if (scaled.width == 0 || scaled.height == 0) {
         std::ostringstream reason;
-        reason << from.width << "x" << from.height << " scaled by " << scale << " leaves no pixels";
+        reason << from.width << "x" << from.height << " scaled by " << target.scale
+               << " leaves no pixels";
         throw Failure(Exit::Failed, input, reason.str());
     }
     return scaled;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "command/target_size.h"
 #include "common/size.h"
 #include "gpu/operations.h"
 #include "pictures/border.h"
@@ -37,12 +38,12 @@ struct Arguments {
 
     const Operation* operation = nullptr;
     float sharpness = 0;
-    std::optional<Size> size;  ///< Without one, `scale` counts.
-    double scale = 0;
+    TargetSize target;
     Border border = Border::Pad;
     /// Null with `intoFolder` alone: each picture's own.
     const PictureFormat* format = nullptr;
     std::optional<int> quality;
+    Compression compression = Compression::Default;
     bool force = false;
     bool quiet = false;
     bool verbose = false;
@@ -63,7 +64,12 @@ struct Arguments {
     /// left.
     /// @param input as `Failure` names it.
     Size outputSize(const std::string& input, Size from) const;
+    /// Whether --size gives an input of the given size another shape.
+    bool changesShape(Size from) const { return target.size && !keepsShape(from, target.of(from)); }
 };
+
+/// The end of a warning about that.
+constexpr char kKeepShape[] = "another shape; --fit keeps it";
 
 /// Reads the command line. Throws `Failure` for wrong usage.
 /// @return nothing if the command line asked for a text (help, list, version), which is printed.

@@ -6,7 +6,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "gpu/driver.h"
 #include "gpu/library_log.h"
+#include "gpu/runner.h"
 #include "gpu/scaler.h"
 
 namespace upscale {
@@ -79,48 +81,34 @@ Expected expectedOf(const Operation& operation) {
     return {operation.name, 0, ""};
 }
 
-const char* text(const void* string) {
-    return string ? static_cast<const char*>(string) : "?";
-}
-
 void printFact(const char* name, const std::string& value) {
     std::printf("%-38s %s\n", name, value.c_str());
 }
 
-void printExtension(const char* list, const char* name, const char* purpose) {
-    const std::string all = std::string(" ") + text(list) + " ";
-    const bool has = all.find(std::string(" ") + name + " ") != std::string::npos;
-    printFact(name, std::string(has ? "yes" : "no") + " (" + purpose + ")");
+// @return what the driver lacks.
+std::string printDriver(LibraryLog& log) {
+    const auto upscaler = Runner::makeUpscaler();
+    log.takeError();  // It follows from what is missing, or comes again.
+    if (eglGetCurrentContext() == EGL_NO_CONTEXT) return "";
+    printFact("upscale", UPSCALE_VERSION);
+    for (const auto& [name, value] : driverFacts())
+        printFact(name.c_str(), value);
+    return missingFromDriver();
 }
 
-// Of the context that a runner has made current.
-void printDriver() {
-    EGLDisplay display = eglGetCurrentDisplay();
-    GLint side = 0;
-    GLint viewport[2] = {};
-    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &side);
-    glGetIntegerv(GL_MAX_VIEWPORT_DIMS, viewport);
-    printFact("upscale", UPSCALE_VERSION);
-    printFact("renderer", text(glGetString(GL_RENDERER)));
-    printFact("vendor", text(glGetString(GL_VENDOR)));
-    printFact("OpenGL ES (3.2 is needed)", text(glGetString(GL_VERSION)));
-    printFact("shading language", text(glGetString(GL_SHADING_LANGUAGE_VERSION)));
-    printFact("EGL", std::string(text(eglQueryString(display, EGL_VERSION))) + ", " +
-                             text(eglQueryString(display, EGL_VENDOR)));
-    printFact("longest side of a texture", std::to_string(side));
-    printFact("longest sides of a viewport",
-              std::to_string(viewport[0]) + "x" + std::to_string(viewport[1]));
-
-    const auto* gl = reinterpret_cast<const char*>(glGetString(GL_EXTENSIONS));
-    const char* egl = eglQueryString(display, EGL_EXTENSIONS);
-    printExtension(gl, "GL_OES_EGL_image", "needed: buffers as textures");
-    printExtension(gl, "GL_OES_EGL_image_external_essl3", "needed: the source as a texture");
-    printExtension(egl, "EGL_KHR_image_base", "needed: buffers as images");
-    printExtension(egl, "EGL_KHR_gl_texture_2D_image", "needed off Android");
-    printExtension(egl, "EGL_KHR_surfaceless_context", "needed: nothing is shown");
-    printExtension(egl, "EGL_KHR_fence_sync", "needed: to know when the work is done");
-    printExtension(egl, "EGL_ANDROID_native_fence_sync", "without it a thread signals the fences");
-    printExtension(egl, "EGL_KHR_no_config_context", "needed without a display server");
+void printFences(LibraryLog& log) try {
+    const Operation& operation = kOperations.front();
+    Runner runner(operation, log);
+    auto source = sourceBuffer({kWidth, kHeight});
+    auto destination = destinationBuffer({kWidth, kHeight});
+    runner.import(source, destination);
+    const auto fence = runner.draw(source, destination, operation.defaultSharpness);
+    printFact("fences", ownerOf(*fence));
+    runner.finish(*fence);
+} catch (const DriverLost&) {
+    throw;
+} catch (const Failure&) {
+    // The operation's turn to fail comes.
 }
 
 // Empty, or what is wrong.
@@ -146,7 +134,6 @@ bool checkOperation(const Operation& operation, LibraryLog& log, Report& report)
     const Expected expected = expectedOf(operation);
     // With a border, so that nothing outside the picture counts.
     Scaler scaler(operation, Border::Pad, log);
-    if (&operation == &kOperations.front()) printDriver();
     std::string fault;
     std::string measured;
     try {
@@ -171,6 +158,12 @@ bool checkOperation(const Operation& operation, LibraryLog& log, Report& report)
 
 Exit check(Report& report) try {
     LibraryLog log(report.verbose());
+    const std::string missing = printDriver(log);
+    if (!missing.empty()) {
+        std::printf("This machine's driver cannot be used: %s.\n", missing.c_str());
+        return Exit::NoDriver;
+    }
+    printFences(log);
     std::string wrong;
     for (const Operation& operation : kOperations) {
         if (!checkOperation(operation, log, report))

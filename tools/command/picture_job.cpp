@@ -128,7 +128,9 @@ void PictureJob::scaleRows(Scaler& scaler) {
     // Whether a pixel is transparent shows at the end only.
     header.alpha = header.alpha && mFormat.alpha;
     const auto writer =
-            createPicture(std::move(header), mFormat, {mArguments.quality}, mStream, mOutput);
+            createPicture(std::move(header), mFormat, {mArguments.quality, mArguments.compression},
+                          mStream, mOutput);
+    mDropped = writer->dropped();
     WatchedSource source(*mPicture.reader, mReadTime);
     const auto check = [&] { expectWritable(source.transparent()); };
     WatchedSink sink(*writer, mWriteTime, check);
@@ -145,13 +147,17 @@ void PictureJob::write() {
     Stopwatch watch;
     if (!mByRows) {
         open();
-        writePicture(mResult, mFormat, {mArguments.quality}, mStream, mOutput);
+        mDropped = writePicture(mResult, mFormat, {mArguments.quality, mArguments.compression},
+                                mStream, mOutput);
     }
     mFile->commit();
     mWriteTime += watch.lap();
 }
 
 void PictureJob::reportTimes() const {
+    if (!mDropped.empty())
+        mReport.warning(mOutput + ": " + mFormat.name + " cannot hold the input's " +
+                        listed(mDropped, "and"));
     if (!mReport.verbose()) return;
     char line[1024];
     std::snprintf(line, sizeof(line), "%s, sharpness %g: %s to %s (with its border, %s to %s)%s",

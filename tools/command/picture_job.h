@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "command/arguments.h"
 #include "common/output_file.h"
@@ -22,6 +23,8 @@ class PictureJob {
     PictureJob(const Arguments& arguments, Report& report, const std::string& input);
 
     const PictureFormat& format() const { return mFormat; }
+    Size from() const { return mFrom; }
+    Size to() const { return mTo; }
 
     /// Checks that there can be such a file.
     void setOutput(const std::string& path);
@@ -52,6 +55,7 @@ class PictureJob {
     std::FILE* mStream = nullptr;  // of mFile
     Picture mResult;
     bool mTransparent = false;
+    std::vector<std::string> mDropped;
     std::string mDriver;
     Times mTimes;
     double mReadTime = 0;

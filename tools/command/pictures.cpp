@@ -111,6 +111,7 @@ class Batch {
         const std::string output = within(mArguments.output, outputName(input, job->format()));
         expectUnused(input, output);
         job->setOutput(output);
+        if (mArguments.changesShape(job->from())) ++mReshaped;
         return job;
     }
 
@@ -174,6 +175,10 @@ class Batch {
 
     void summarise() const {
         const std::size_t all = mInputs.size();
+        if (mReshaped > 0) {
+            mReport.warning(std::to_string(mReshaped) + " of " + std::to_string(all) +
+                            " pictures got " + kKeepShape);
+        }
         if (mFailed.empty() || all < 2) return;
         std::string names;
         for (std::size_t i = 0; i < std::min(mFailed.size(), kMostNamed); ++i) {
@@ -194,6 +199,7 @@ class Batch {
     std::map<std::string, std::string> mOutputs;  // and what they are made from
     std::vector<std::string> mFailed;
     std::size_t mSettled = 0;
+    std::size_t mReshaped = 0;
     bool mStopped = false;
     Exit mExit = Exit::Done;
     std::pair<std::string, std::shared_ptr<PictureJob>> mLast;  // that the worker writes
@@ -232,6 +238,10 @@ std::vector<std::string> picturesIn(const std::string& folder) {
 void scalePicture(const Arguments& arguments, Report& report) {
     PictureJob job(arguments, report, arguments.inputs.front());
     job.setOutput(arguments.output);
+    if (arguments.changesShape(job.from())) {
+        report.warning(arguments.inputs.front() + ": " + inPixels(job.from()) + " to " +
+                       inPixels(job.to()) + " is " + kKeepShape);
+    }
     LibraryLog log(arguments.verbose);
     Scaler scaler(*arguments.operation, arguments.border, log);
     if (job.plan(scaler)) job.open();

@@ -205,8 +205,8 @@ class Sheet {
         expectPossible(layout.size());
         addCells();
         Picture sheet = draw(layout);
-        writePicture(sheet, *mArguments.format, {mArguments.quality}, mFile.open(),
-                     mArguments.output);
+        writePicture(sheet, *mArguments.format, {mArguments.quality, mArguments.compression},
+                     mFile.open(), mArguments.output);
         mFile.commit();
     }
 

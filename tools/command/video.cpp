@@ -85,6 +85,10 @@ void scaleVideo(const Arguments& arguments, Report& report) {
     const FrameFormat from = formatOf(arguments, *reader);
     const Size size = {from.width, from.height};
     const Size scaled = arguments.outputSize(source.name(), size);
+    if (arguments.raw && arguments.changesShape(size)) {
+        report.warning(source.name() + ": " + inPixels(size) + " to " + inPixels(scaled) + " is " +
+                       kKeepShape);
+    }
     FrameFormat to = from;
     to.width = scaled.width;
     to.height = scaled.height;

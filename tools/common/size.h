@@ -2,6 +2,7 @@
 #ifndef UPSCALER_TOOLS_COMMON_SIZE_H
 #define UPSCALER_TOOLS_COMMON_SIZE_H
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -17,6 +18,14 @@ struct Size {
     }
     std::uint64_t pixels() const { return std::uint64_t{width} * height; }
 };
+
+/// Whether something keeps its shape: a side has the length that follows from the other side, or
+/// the next whole pixel.
+inline bool keepsShape(Size from, Size to) {
+    const std::uint64_t one = std::uint64_t{from.width} * to.height;
+    const std::uint64_t other = std::uint64_t{from.height} * to.width;
+    return std::max(one, other) - std::min(one, other) < std::max(from.width, from.height);
+}
 
 inline std::string inPixels(Size size) {
     return std::to_string(size.width) + "x" + std::to_string(size.height);

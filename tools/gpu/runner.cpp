@@ -8,6 +8,7 @@
 
 #include "common/failure.h"
 #include "common/stopwatch.h"
+#include "gpu/driver.h"
 
 namespace upscale {
 namespace {
@@ -25,11 +26,6 @@ constexpr std::uint8_t kUnwritten = 0;
 // Of the pairs of buffers that one `Upscaler` gets to see. A pair alone may be larger.
 constexpr std::size_t kMostBuffers = 8;
 constexpr std::uint64_t kMostPixels = 64u << 20;
-
-std::string glString(GLenum name) {
-    const auto* text = reinterpret_cast<const char*>(glGetString(name));
-    return text ? text : "?";
-}
 
 }  // namespace
 
@@ -58,21 +54,27 @@ void Runner::discard() {
     mStuck = false;
 }
 
-void Runner::start() {
-    discard();
-    mFailed = false;
+std::unique_ptr<Upscaler, Runner::Teardown> Runner::makeUpscaler() {
     try {
-        mUpscaler.reset(new Upscaler);
+        return std::unique_ptr<Upscaler, Teardown>(new Upscaler);
     } catch (const std::logic_error&) {
         // What the conversion of the property's text throws.
         throw Failure(Exit::Usage, kProperty, "not a hexadecimal number");
     }
+}
+
+void Runner::start() {
+    discard();
+    mFailed = false;
+    mUpscaler = makeUpscaler();
     const std::string error = mLog.takeError();
     if (eglGetCurrentContext() == EGL_NO_CONTEXT) {
         throw Failure(Exit::NoDriver, "no usable EGL and OpenGL ES 3 driver",
                       error.empty() ? "no context" : error);
     }
-    mDriver = glString(GL_RENDERER) + ", " + glString(GL_VERSION);
+    mDriver = driverName();
+    const std::string missing = missingFromDriver();
+    if (!missing.empty()) throw Failure(Exit::NoDriver, mDriver, missing);
     if (!error.empty()) throw Failure(Exit::NoDriver, mDriver, error);
     GLint side = 0;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &side);

@@ -36,6 +36,14 @@ struct Times {
 /// Members throw `Failure`.
 class Runner {
   public:
+    /// The order of teardown that the library asks for.
+    struct Teardown {
+        void operator()(android::Upscaler* upscaler) const;
+    };
+    /// An `Upscaler`, whatever the driver. Its context is current, if there is one. Throws
+    /// `Failure` if the system property of the log's level is bad.
+    static std::unique_ptr<android::Upscaler, Teardown> makeUpscaler();
+
     /// @param log outlives the runner.
     Runner(const Operation& operation, LibraryLog& log);
     ~Runner();
@@ -76,11 +84,6 @@ class Runner {
     static void requireWritten(const android::GraphicBuffer& destination, const BufferView& view);
 
   private:
-    /// The order of teardown that the library asks for.
-    struct Teardown {
-        void operator()(android::Upscaler* upscaler) const;
-    };
-
     struct Buffers {
         Size from, to;
         android::sp<android::GraphicBuffer> source, destination;

@@ -9,6 +9,7 @@
 #include "common/listed.h"
 #include "pictures/alpha.h"
 #include "pictures/codecs.h"
+#include "pictures/metadata.h"
 
 namespace upscale {
 namespace {
@@ -90,16 +91,19 @@ OpenPicture openPicture(const std::string& path) {
 std::unique_ptr<PictureWriter> createPicture(PictureHeader header, const PictureFormat& format,
                                              Encoding encoding, std::FILE* file, std::string name) {
     if (!encoding.quality) encoding.quality = format.defaultQuality;
+    mendMetadata(header.tags, header.width, header.height);
     return format.create(std::move(header), encoding, file, std::move(name));
 }
 
-void writePicture(const Picture& picture, const PictureFormat& format, const Encoding& encoding,
-                  std::FILE* file, const std::string& name) {
+std::vector<std::string> writePicture(const Picture& picture, const PictureFormat& format,
+                                      const Encoding& encoding, std::FILE* file,
+                                      const std::string& name) {
     PictureHeader header = {picture.width, picture.height, picture.grey, hasTransparency(picture),
                             picture.tags};
     const auto writer = createPicture(std::move(header), format, encoding, file, name);
     writer->writeRows(picture.pixels.data(), picture.height);
     writer->finish();
+    return writer->dropped();
 }
 
 }  // namespace upscale

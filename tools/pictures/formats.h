@@ -66,8 +66,10 @@ std::unique_ptr<PictureWriter> createPicture(PictureHeader header, const Picture
                                              Encoding encoding, std::FILE* file, std::string name);
 
 /// Writes a picture, with alpha only if some pixel is not opaque.
-void writePicture(const Picture& picture, const PictureFormat& format, const Encoding& encoding,
-                  std::FILE* file, const std::string& name);
+/// @return `PictureWriter::dropped`.
+std::vector<std::string> writePicture(const Picture& picture, const PictureFormat& format,
+                                      const Encoding& encoding, std::FILE* file,
+                                      const std::string& name);
 
 }  // namespace upscale
 

@@ -43,6 +43,10 @@ std::size_t InputFile::read(void* data, std::size_t size) {
     return fromHead + std::fread(rest, 1, size - fromHead, mFile.get());
 }
 
+bool InputFile::skip(std::uint64_t size) {
+    return fseeko(mFile.get(), static_cast<off_t>(size), SEEK_CUR) == 0;
+}
+
 std::vector<std::uint8_t> InputFile::readAll() {
     if (mSize > kMostBytes) fail("the file is too large");
     std::vector<std::uint8_t> bytes;

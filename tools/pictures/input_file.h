@@ -28,6 +28,10 @@ class InputFile {
     std::size_t read(void* data, std::size_t size);
     bool failed() const { return std::ferror(mFile.get()) != 0; }
 
+    /// Passes over bytes of a regular file, once the head has been read. Does not throw.
+    /// @return whether it could.
+    bool skip(std::uint64_t size);
+
     /// Reads all that is left.
     std::vector<std::uint8_t> readAll();
 

@@ -15,6 +15,7 @@
 
 #include "common/failure.h"
 #include "pictures/codecs.h"
+#include "pictures/metadata.h"
 #include "pictures/orientation.h"
 
 namespace upscale {
@@ -30,7 +31,14 @@ constexpr std::uint64_t kMostPixelsPerByte = 64 * 8 * 16;
 // Code tables made for the picture save a few percent, but take all coefficients in memory: 96 MiB
 // of so many pixels.
 constexpr std::uint64_t kMostOptimized = 1u << 24;
-constexpr char kExifMark[] = "Exif\0";  // and the 0 of the literal
+constexpr std::size_t kLargestMarker = 65533;
+constexpr int kApp1 = JPEG_APP0 + 1;
+constexpr int kApp13 = JPEG_APP0 + 13;
+// Each with the 0 of the literal.
+constexpr char kExifMark[] = "Exif\0";
+constexpr char kXmpMark[] = "http://ns.adobe.com/xap/1.0/";
+constexpr char kPhotoshopMark[] = "Photoshop 3.0";
+constexpr char kComment[] = "Comment";
 
 enum { kPerRatio = 0, kPerInch = 1, kPerCentimetre = 2 };
 
@@ -96,14 +104,28 @@ std::optional<Density> densityOf(const jpeg_decompress_struct& reader) {
     return Density{x, y, false};
 }
 
-int orientationOf(const jpeg_decompress_struct& reader) {
+// The data of a marker behind its name; nothing if it has another name.
+template <std::size_t Size>
+std::vector<std::uint8_t> dataOf(const jpeg_marker_struct& marker, int code,
+                                 const char (&name)[Size]) {
+    if (marker.marker != code || marker.data_length < Size ||
+        std::memcmp(marker.data, name, Size) != 0)
+        return {};
+    return {marker.data + Size, marker.data + marker.data_length};
+}
+
+void readMetadata(const jpeg_decompress_struct& reader, Tags& tags) {
     for (const jpeg_marker_struct* marker = reader.marker_list; marker; marker = marker->next) {
-        if (marker->marker != JPEG_APP0 + 1 || marker->data_length < sizeof(kExifMark)) continue;
-        if (std::memcmp(marker->data, kExifMark, sizeof(kExifMark)) != 0) continue;
-        return exifOrientation(marker->data + sizeof(kExifMark),
-                               marker->data_length - sizeof(kExifMark));
+        if (tags.exif.empty()) tags.exif = dataOf(*marker, kApp1, kExifMark);
+        if (tags.xmp.empty()) tags.xmp = dataOf(*marker, kApp1, kXmpMark);
+        if (tags.iptc.empty()) tags.iptc = dataOf(*marker, kApp13, kPhotoshopMark);
+        if (marker->marker != JPEG_COM) continue;
+        TextChunk text = {"tEXt",
+                          std::vector<std::uint8_t>(sizeof(kComment) + marker->data_length)};
+        std::copy_n(kComment, sizeof(kComment), text.data.begin());
+        std::copy_n(marker->data, marker->data_length, text.data.begin() + sizeof(kComment));
+        tags.texts.push_back(std::move(text));
     }
-    return 1;
 }
 
 // libjpeg's input, by blocks.
@@ -149,8 +171,9 @@ class JpegReader : public PictureReader {
             mDecoder.progress.progress_monitor = limitScans;
             mReader.progress = &mDecoder.progress;
             mReader.src = &mSource;
-            jpeg_save_markers(&mReader, JPEG_APP0 + 1, 0xffff);
-            jpeg_save_markers(&mReader, JPEG_APP0 + 2, 0xffff);
+            for (const int marker : {kApp1, JPEG_APP0 + 2, kApp13, JPEG_COM}) {
+                jpeg_save_markers(&mReader, marker, 0xffff);
+            }
             jpeg_read_header(&mReader, TRUE);
         });
         const J_COLOR_SPACE space = mReader.jpeg_color_space;
@@ -168,8 +191,10 @@ class JpegReader : public PictureReader {
         header.grey = space == JCS_GRAYSCALE;
         header.tags.density = densityOf(mReader);
         header.tags.profile = readProfile();
+        readMetadata(mReader, header.tags);
+        const int orientation = exifOrientation(header.tags.exif.data(), header.tags.exif.size());
         // Of a file of several scans libjpeg keeps all coefficients.
-        setHeader(std::move(header), 8, !jpeg_has_multiple_scans(&mReader), orientationOf(mReader));
+        setHeader(std::move(header), 8, !jpeg_has_multiple_scans(&mReader), orientation);
     }
 
   private:
@@ -251,6 +276,7 @@ class JpegWriter : public PictureWriter {
                 jpeg_write_icc_profile(&mWriter, profile.data(),
                                        static_cast<unsigned>(profile.size()));
         });
+        writeMetadata(mHeader.tags);
     }
 
     void writeRows(const std::uint8_t* rows, std::uint32_t count) override {
@@ -284,6 +310,38 @@ class JpegWriter : public PictureWriter {
         Encoder(const Encoder&) = delete;
         Encoder& operator=(const Encoder&) = delete;
     };
+
+    void writeMetadata(const Tags& tags) {
+        writeMarker(kApp1, kExifMark, tags.exif, "EXIF data");
+        writeMarker(kApp1, kXmpMark, tags.xmp, "XMP data");
+        writeMarker(kApp13, kPhotoshopMark, tags.iptc, "IPTC data");
+        std::vector<TextChunk> others;
+        for (const TextChunk& text : tags.texts) {
+            const std::size_t start = sizeof(kComment);
+            if (text.type != "tEXt" || keywordOf(text) != kComment || text.data.size() < start ||
+                text.data.size() - start > kLargestMarker) {
+                others.push_back(text);
+                continue;
+            }
+            run([&] {
+                jpeg_write_marker(&mWriter, JPEG_COM, text.data.data() + start,
+                                  static_cast<unsigned>(text.data.size() - start));
+            });
+        }
+        drop(others, "texts");
+    }
+
+    template <std::size_t Size>
+    void writeMarker(int code, const char (&name)[Size], const std::vector<std::uint8_t>& data,
+                     const char* what) {
+        if (data.size() > kLargestMarker - Size) return drop(data, what);
+        if (data.empty()) return;
+        std::vector<JOCTET> whole(name, name + Size);
+        whole.insert(whole.end(), data.begin(), data.end());
+        run([&] {
+            jpeg_write_marker(&mWriter, code, whole.data(), static_cast<unsigned>(whole.size()));
+        });
+    }
 
     void setDensity(const Density& density) {
         const double factor = density.perMetre ? kMetresPerInch : 1;

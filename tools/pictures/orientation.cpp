@@ -8,7 +8,13 @@ namespace upscale {
 namespace {
 
 constexpr unsigned kOrientationTag = 0x0112;
+constexpr unsigned kImageWidthTag = 0x0100;
+constexpr unsigned kImageHeightTag = 0x0101;
+constexpr unsigned kPhotoTag = 0x8769;
+constexpr unsigned kPixelWidthTag = 0xa002;
+constexpr unsigned kPixelHeightTag = 0xa003;
 constexpr unsigned kShortType = 3;
+constexpr unsigned kLongType = 4;
 constexpr std::size_t kEntryBytes = 12;
 
 // Numbers of two and four bytes, in the data's own order; 0 past its end.
@@ -27,10 +33,14 @@ struct Numbers {
     }
 };
 
+bool isExif(const std::uint8_t* data, std::size_t size) {
+    return size >= 8 && data[0] == data[1] && (data[0] == 'I' || data[0] == 'M');
+}
+
 }  // namespace
 
 int exifOrientation(const std::uint8_t* data, std::size_t size) {
-    if (size < 8 || data[0] != data[1] || (data[0] != 'I' && data[0] != 'M')) return 1;
+    if (!isExif(data, size)) return 1;
     const Numbers numbers = {data, size, data[0] == 'M'};
     const std::size_t directory = numbers.at(4, 4);
     const std::size_t entries = numbers.at(directory, 2);
@@ -42,6 +52,52 @@ int exifOrientation(const std::uint8_t* data, std::size_t size) {
         return valid ? static_cast<int>(value) : 1;
     }
     return 1;
+}
+
+void mendExif(std::vector<std::uint8_t>& data, std::uint32_t width, std::uint32_t height) {
+    if (!isExif(data.data(), data.size())) return;
+    const Numbers numbers = {data.data(), data.size(), data[0] == 'M'};
+    const auto put = [&](std::size_t at, std::uint32_t value, std::size_t bytes) {
+        if (at > data.size() || data.size() - at < bytes) return;
+        for (std::size_t i = 0; i < bytes; ++i) {
+            const std::size_t shift = 8 * (numbers.bigEndian ? bytes - 1 - i : i);
+            data[at + i] = static_cast<std::uint8_t>(value >> shift);
+        }
+    };
+    const auto putLong = [&](std::size_t entry, std::uint32_t value) {
+        put(entry + 2, kLongType, 2);
+        put(entry + 4, 1, 4);
+        put(entry + 8, value, 4);
+    };
+    const bool turned = exifOrientation(data.data(), data.size()) != 1;
+    std::size_t directory = numbers.at(4, 4);
+    // The first directory, and the one of the photograph, to which it points.
+    for (int round = 0; round < 2 && directory != 0; ++round) {
+        const std::size_t entries = numbers.at(directory, 2);
+        std::size_t next = 0;
+        for (std::size_t i = 0; i < entries; ++i) {
+            const std::size_t entry = directory + 2 + i * kEntryBytes;
+            if (entry + kEntryBytes > data.size()) return;
+            switch (numbers.at(entry, 2)) {
+                case kOrientationTag:
+                    if (numbers.at(entry + 2, 2) == kShortType) put(entry + 8, 1, 2);
+                    break;
+                case kPhotoTag:
+                    next = numbers.at(entry + 8, 4);
+                    break;
+                case kImageWidthTag:
+                case kPixelWidthTag:
+                    putLong(entry, width);
+                    break;
+                case kImageHeightTag:
+                case kPixelHeightTag:
+                    putLong(entry, height);
+                    break;
+            }
+        }
+        if (round == 0 && turned) put(directory + 2 + entries * kEntryBytes, 0, 4);
+        directory = next;
+    }
 }
 
 Picture upright(Picture picture, int orientation) {

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "pictures/picture.h"
 
@@ -14,6 +15,10 @@ namespace upscale {
 /// The orientation, 1 to 8, in EXIF data that begins with its byte order mark. 1, which is upright,
 /// if there is none.
 int exifOrientation(const std::uint8_t* data, std::size_t size);
+
+/// Sets the orientation in EXIF data to 1 and its sizes in pixels to those given, where it has
+/// them. A thumbnail of a turned picture, which would lie wrongly, is left out.
+void mendExif(std::vector<std::uint8_t>& data, std::uint32_t width, std::uint32_t height);
 
 /// Whether width and height change places.
 constexpr bool turnsSideways(int orientation) {

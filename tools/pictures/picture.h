@@ -19,15 +19,26 @@ struct Density {
     bool perMetre;  ///< Otherwise only their ratio counts.
 };
 
+/// A text in the form of a PNG chunk.
+struct TextChunk {
+    std::string type;  ///< "tEXt", "zTXt" or "iTXt"
+    std::vector<std::uint8_t> data;
+};
+
 /// What a file says about its colours and its density, in the units of PNG. Carried from input to
-/// output untouched, since the operations work on the stored values.
+/// output untouched, since the operations work on the stored values. With it go the metadata.
 struct Tags {
-    std::optional<int> intent;                             ///< sRGB
-    std::optional<std::int32_t> gamma;                     ///< gAMA
-    std::optional<std::array<std::int32_t, 8>> primaries;  ///< cHRM
-    std::string profileName = "ICC profile";               ///< iCCP; other formats have none
-    std::vector<std::uint8_t> profile;                     ///< iCCP, empty if there is none
-    std::optional<Density> density;                        ///< pHYs
+    std::optional<int> intent;                              ///< sRGB
+    std::optional<std::int32_t> gamma;                      ///< gAMA
+    std::optional<std::array<std::int32_t, 8>> primaries;   ///< cHRM
+    std::string profileName = "ICC profile";                ///< iCCP; other formats have none
+    std::vector<std::uint8_t> profile;                      ///< iCCP, empty if there is none
+    std::optional<Density> density;                         ///< pHYs
+    std::optional<std::array<std::uint8_t, 4>> codePoints;  ///< cICP
+    std::vector<std::uint8_t> exif;                         ///< From its byte order mark on.
+    std::vector<std::uint8_t> xmp;                          ///< The packet.
+    std::vector<std::uint8_t> iptc;  ///< In Photoshop's image resource blocks.
+    std::vector<TextChunk> texts;
 };
 
 /// The most bytes that a profile may have.

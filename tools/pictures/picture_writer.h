@@ -3,6 +3,7 @@
 #define UPSCALER_TOOLS_PICTURES_PICTURE_WRITER_H
 
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <utility>
@@ -13,11 +14,15 @@
 
 namespace upscale {
 
+/// How long a lossless format may take to make a file small.
+enum class Compression { Fast, Default, Best };
+
 /// How a picture is to be stored.
 struct Encoding {
     /// 1 to 100, or nothing for the format's default. A format without a quality does not look at
     /// it.
     std::optional<int> quality;
+    Compression compression = Compression::Default;
 };
 
 /// Writes one picture: its rows, and then `finish`. The header says whether it is grey, of which
@@ -35,12 +40,24 @@ class PictureWriter : public RowSink {
     /// Writes what comes after the last row.
     virtual void finish() = 0;
 
+    /// What of the header the format cannot hold, as the user calls it. Known once the writer is
+    /// made.
+    const std::vector<std::string>& dropped() const { return mDropped; }
+
   protected:
+    /// Notes what is dropped if there is any.
+    template <typename Value>
+    void drop(const Value& value, const char* what) {
+        if (!value.empty()) mDropped.push_back(what);
+    }
     [[noreturn]] void fail(const std::string& reason) const;
 
     const PictureHeader mHeader;
     std::FILE* const mFile;
     const std::string mName;
+
+  private:
+    std::vector<std::string> mDropped;
 };
 
 /// A writer that needs all pixels at once.

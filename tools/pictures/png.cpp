@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <png.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +10,8 @@
 
 #include "common/failure.h"
 #include "pictures/codecs.h"
+#include "pictures/orientation.h"
+#include "pictures/png_pixels.h"
 
 namespace upscale {
 namespace {
@@ -17,6 +20,11 @@ namespace {
 constexpr png_uint_32 kLargestSide = 1u << 20;
 constexpr png_alloc_size_t kLargestChunk = kLargestProfile;
 constexpr png_uint_32 kMostChunks = 256;
+constexpr png_byte kMetadataChunks[] = "eXIf\0tEXt\0zTXt\0iTXt\0cICP";
+constexpr int kMetadataChunkCount = sizeof(kMetadataChunks) / 5;
+// The keyword and what follows it up to the packet.
+constexpr char kXmpStart[] = "XML:com.adobe.xmp\0\0\0\0";
+constexpr std::size_t kXmpStartBytes = sizeof(kXmpStart) - 1;
 // Deflate cannot do better than 1032 to 1, so a smaller file cannot hold the pixels it promises.
 constexpr std::uint64_t kBestCompression = 1032;
 
@@ -87,6 +95,75 @@ Tags readTags(png_structp png, png_infop info) {
     return tags;
 }
 
+std::uint32_t bigEndian(const std::uint8_t* bytes) {
+    std::uint32_t number = 0;
+    for (int i = 0; i < 4; ++i) {
+        number = number << 8 | bytes[i];
+    }
+    return number;
+}
+
+bool isXmp(const TextChunk& text) {
+    // Neither compressed nor translated.
+    return text.type == "iTXt" && text.data.size() >= kXmpStartBytes &&
+           std::equal(kXmpStart, kXmpStart + kXmpStartBytes, text.data.begin());
+}
+
+// Metadata, which may stand behind the pixels, too: it is looked for before they are read. A pipe's
+// is not. Damage is left to libpng.
+void readMetadata(const InputFile& original, Tags& tags) {
+    if (original.size() == 0) return;
+    InputFile file(original.path());
+    std::uint8_t head[8];
+    std::size_t most = kLargestChunk;
+    file.read(head, sizeof(head));
+    for (png_uint_32 count = 0;
+         count < kMostChunks && file.read(head, sizeof(head)) == sizeof(head);) {
+        const std::uint32_t size = bigEndian(head);
+        const std::string type(head + 4, head + 8);
+        if (type == "acTL") original.fail("the file is an animation, not a picture");
+        const bool isText = type == "tEXt" || type == "zTXt" || type == "iTXt";
+        if (type == "IEND") return;
+        if ((!isText && type != "eXIf" && type != "cICP") || size > most) {
+            if (!file.skip(std::uint64_t{size} + 4)) return;
+            continue;
+        }
+        ++count;
+        most -= size;
+        std::vector<std::uint8_t> data(size + 4);
+        if (file.read(data.data(), data.size()) != data.size()) return;
+        const uLong sum = crc32(crc32(0, head + 4, 4), data.data(), size);
+        if (sum != bigEndian(data.data() + size)) continue;
+        data.resize(size);
+        if (type == "eXIf") {
+            tags.exif = std::move(data);
+        } else if (type == "cICP") {
+            if (size == 4) tags.codePoints = {data[0], data[1], data[2], data[3]};
+        } else {
+            TextChunk text = {type, std::move(data)};
+            if (isXmp(text)) {
+                tags.xmp.assign(text.data.begin() + kXmpStartBytes, text.data.end());
+            } else {
+                tags.texts.push_back(std::move(text));
+            }
+        }
+    }
+}
+
+// The form that PNG's readers agree upon, which has no chunk for it: lines of hexadecimal digits.
+std::vector<std::uint8_t> iptcText(const std::vector<std::uint8_t>& iptc) {
+    const std::string keyword = "Raw profile type iptc";
+    std::string text = keyword + '\0' + "\niptc\n" + std::to_string(iptc.size());
+    for (std::size_t i = 0; i < iptc.size(); ++i) {
+        constexpr char kDigits[] = "0123456789abcdef";
+        if (i % 36 == 0) text += '\n';
+        text += kDigits[iptc[i] >> 4];
+        text += kDigits[iptc[i] & 15];
+    }
+    text += '\n';
+    return {text.begin(), text.end()};
+}
+
 void writeTags(png_structp png, png_infop info, const Tags& tags, bool grey) {
     if (tags.intent) png_set_sRGB(png, info, *tags.intent);
     if (tags.gamma) png_set_gAMA_fixed(png, info, *tags.gamma);
@@ -116,6 +193,9 @@ class PngReader : public PictureReader {
             png_set_user_limits(png(), kLargestSide, kLargestSide);
             png_set_chunk_malloc_max(png(), kLargestChunk);
             png_set_chunk_cache_max(png(), kMostChunks);
+            // They are read apart. Of eXIf, libpng would take memory for any promised size.
+            png_set_keep_unknown_chunks(png(), PNG_HANDLE_CHUNK_NEVER, kMetadataChunks,
+                                        kMetadataChunkCount);
             png_read_info(png(), info());
             png_get_IHDR(png(), info(), &header.width, &header.height, &depth, &colours,
                          &interlaced, nullptr, nullptr);
@@ -127,6 +207,8 @@ class PngReader : public PictureReader {
         if (mFile.size() != 0 && rawBytes / kBestCompression > mFile.size()) mFile.fail(kCutShort);
         header.grey = (colours & PNG_COLOR_MASK_COLOR) == 0;
         header.tags = readTags(png(), info());
+        readMetadata(mFile, header.tags);
+        const int orientation = exifOrientation(header.tags.exif.data(), header.tags.exif.size());
         run([this] {
             png_set_expand(png());
             png_set_scale_16(png());
@@ -137,7 +219,7 @@ class PngReader : public PictureReader {
         });
         mRowBytes = std::size_t{header.width} * Picture::kChannels;
         mRowsLeft = header.height;
-        setHeader(std::move(header), depth, interlaced == PNG_INTERLACE_NONE, 1);
+        setHeader(std::move(header), depth, interlaced == PNG_INTERLACE_NONE, orientation);
     }
 
   private:
@@ -183,10 +265,13 @@ class PngReader : public PictureReader {
 
 class PngWriter : public PictureWriter {
   public:
-    PngWriter(PictureHeader header, std::FILE* file, std::string name)
+    PngWriter(PictureHeader header, Compression compression, std::FILE* file, std::string name)
         : PictureWriter(std::move(header), file, std::move(name)),
           mColours(mHeader.grey ? 1 : 3),
-          mPacked(mHeader.width * (mColours + (mHeader.alpha ? 1 : 0))) {
+          mPixelBytes(mColours + (mHeader.alpha ? 1 : 0)),
+          mPacked(mHeader.width * mPixelBytes),
+          mPixels(mPacked.size(), mPixelBytes, compression),
+          mRowsLeft(mHeader.height) {
         run([this] {
             png_set_write_fn(png(), mFile, writeBytes, flushBytes);
             png_set_user_limits(png(), kLargestSide, kLargestSide);
@@ -199,24 +284,28 @@ class PngWriter : public PictureWriter {
             writeTags(png(), info(), mHeader.tags, mHeader.grey);
             png_write_info(png(), info());
         });
+        writeMetadata(mHeader.tags);
     }
 
     void writeRows(const std::uint8_t* rows, std::uint32_t count) override {
-        run([=] {
-            const std::uint8_t* from = rows;
-            for (std::uint32_t y = 0; y < count; ++y) {
-                png_byte* to = mPacked.data();
-                for (std::uint32_t x = 0; x < mHeader.width; ++x, from += Picture::kChannels) {
-                    to = std::copy_n(from, mColours, to);
-                    if (mHeader.alpha) *to++ = from[Picture::kChannels - 1];
-                }
-                png_write_row(png(), mPacked.data());
+        const std::uint8_t* from = rows;
+        for (std::uint32_t y = 0; y < count; ++y) {
+            png_byte* to = mPacked.data();
+            for (std::uint32_t x = 0; x < mHeader.width; ++x, from += Picture::kChannels) {
+                to = std::copy_n(from, mColours, to);
+                if (mHeader.alpha) *to++ = from[Picture::kChannels - 1];
             }
-        });
+            mPixels.addRow(mPacked.data(), --mRowsLeft == 0);
+            for (auto bytes = mPixels.next(); !bytes.empty(); bytes = mPixels.next()) {
+                writeChunk("IDAT", bytes);
+            }
+        }
     }
 
     void finish() override {
-        run([this] { png_write_end(png(), info()); });
+        // libpng's own end expects pixels that went through it.
+        writeChunk("IEND", {});
+        if (std::fflush(mFile) != 0) fail(std::strerror(errno));
     }
 
   private:
@@ -234,6 +323,28 @@ class PngWriter : public PictureWriter {
         Handles& operator=(const Handles&) = delete;
     };
 
+    void writeMetadata(const Tags& tags) {
+        if (tags.codePoints) writeChunk("cICP", {tags.codePoints->begin(), tags.codePoints->end()});
+        if (!tags.exif.empty()) writeChunk("eXIf", tags.exif);
+        if (!tags.xmp.empty()) {
+            std::vector<png_byte> xmp(kXmpStartBytes + tags.xmp.size());
+            std::copy_n(kXmpStart, kXmpStartBytes, xmp.begin());
+            std::copy_n(tags.xmp.begin(), tags.xmp.size(), xmp.begin() + kXmpStartBytes);
+            writeChunk("iTXt", xmp);
+        }
+        if (!tags.iptc.empty()) writeChunk("tEXt", iptcText(tags.iptc));
+        for (const TextChunk& text : tags.texts) {
+            writeChunk(text.type.c_str(), text.data);
+        }
+    }
+
+    void writeChunk(const char* type, const std::vector<png_byte>& bytes) {
+        run([&] {
+            png_write_chunk(png(), reinterpret_cast<png_const_bytep>(type), bytes.data(),
+                            bytes.size());
+        });
+    }
+
     template <typename Calls>
     void run(const Calls& calls) {
         if (!succeeds(png(), calls)) fail(mHandles.error.text);
@@ -244,7 +355,10 @@ class PngWriter : public PictureWriter {
 
     Handles mHandles;
     const std::size_t mColours;
+    const std::size_t mPixelBytes;
     std::vector<png_byte> mPacked;
+    PngPixels mPixels;
+    std::uint32_t mRowsLeft;
 };
 
 }  // namespace
@@ -253,9 +367,10 @@ std::unique_ptr<PictureReader> openPng(InputFile file) {
     return std::make_unique<PngReader>(std::move(file));
 }
 
-std::unique_ptr<PictureWriter> createPng(PictureHeader header, const Encoding&, std::FILE* file,
-                                         std::string name) {
-    return std::make_unique<PngWriter>(std::move(header), file, std::move(name));
+std::unique_ptr<PictureWriter> createPng(PictureHeader header, const Encoding& encoding,
+                                         std::FILE* file, std::string name) {
+    return std::make_unique<PngWriter>(std::move(header), encoding.compression, file,
+                                       std::move(name));
 }
 
 }  // namespace upscale

@@ -3,13 +3,17 @@
 #include <webp/encode.h>
 #include <webp/mux.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <new>
+#include <utility>
 
 #include "common/failure.h"
 #include "pictures/codecs.h"
 #include "pictures/formats.h"
+#include "pictures/orientation.h"
 
 namespace upscale {
 namespace {
@@ -30,11 +34,9 @@ std::uint64_t promisedBytes(const std::vector<std::uint8_t>& bytes) {
     return kRiffHeaderBytes + size;
 }
 
-std::vector<std::uint8_t> profileOf(const std::vector<std::uint8_t>& bytes) {
-    const WebPData file = {bytes.data(), bytes.size()};
-    const Mux mux(WebPMuxCreate(&file, 0));
+std::vector<std::uint8_t> chunkOf(const WebPMux* mux, const char* name) {
     WebPData chunk = {};
-    if (!mux || WebPMuxGetChunk(mux.get(), "ICCP", &chunk) != WEBP_MUX_OK) return {};
+    if (!mux || WebPMuxGetChunk(mux, name, &chunk) != WEBP_MUX_OK) return {};
     if (chunk.size > kLargestProfile) return {};
     return {chunk.bytes, chunk.bytes + chunk.size};
 }
@@ -74,9 +76,20 @@ class WebPReader : public PictureReader {
         header.width = static_cast<std::uint32_t>(features.width);
         header.height = static_cast<std::uint32_t>(features.height);
         header.alpha = features.has_alpha != 0;
-        header.tags.profile = profileOf(mBytes);
+        const WebPData data = {mBytes.data(), mBytes.size()};
+        const Mux mux(WebPMuxCreate(&data, 0));
+        Tags& tags = header.tags;
+        tags.profile = chunkOf(mux.get(), "ICCP");
+        tags.exif = chunkOf(mux.get(), "EXIF");
+        tags.xmp = chunkOf(mux.get(), "XMP ");
+        // Some writers copy it with the mark that it has in JPEG.
+        constexpr std::uint8_t kMark[] = {'E', 'x', 'i', 'f', 0, 0};
+        if (tags.exif.size() > sizeof(kMark) &&
+            std::equal(std::begin(kMark), std::end(kMark), tags.exif.begin()))
+            tags.exif.erase(tags.exif.begin(), tags.exif.begin() + sizeof(kMark));
+        const int orientation = exifOrientation(tags.exif.data(), tags.exif.size());
         mRowBytes = features.width * static_cast<int>(Picture::kChannels);
-        setHeader(std::move(header), 8, false, 1);
+        setHeader(std::move(header), 8, false, orientation);
     }
 
   private:
@@ -85,7 +98,8 @@ class WebPReader : public PictureReader {
         if (!WebPInitDecoderConfig(&config)) throw std::bad_alloc();
         config.output.colorspace = MODE_RGBA;
         config.output.is_external_memory = 1;
-        config.output.u.RGBA = {rows, mRowBytes, std::size_t{count} * mRowBytes};
+        const auto size = static_cast<std::size_t>(mRowBytes) * count;
+        config.output.u.RGBA = {rows, mRowBytes, size};
         const VP8StatusCode status = WebPDecode(mBytes.data(), mBytes.size(), &config);
         if (status == VP8_STATUS_OUT_OF_MEMORY) throw std::bad_alloc();
         if (status == VP8_STATUS_NOT_ENOUGH_DATA || status == VP8_STATUS_SUSPENDED) fail(kCutShort);
@@ -105,7 +119,10 @@ class WebPReader : public PictureReader {
 class WebPWriter : public WholePictureWriter {
   public:
     WebPWriter(PictureHeader header, int quality, std::FILE* file, std::string name)
-        : WholePictureWriter(std::move(header), file, std::move(name)), mQuality(quality) {}
+        : WholePictureWriter(std::move(header), file, std::move(name)), mQuality(quality) {
+        drop(mHeader.tags.iptc, "IPTC data");
+        drop(mHeader.tags.texts, "texts");
+    }
 
   private:
     void write(const std::uint8_t* pixels) override {
@@ -126,15 +143,20 @@ class WebPWriter : public WholePictureWriter {
 
         WebPData result = {encoder.writer.mem, encoder.writer.size};
         // A grey profile would not fit: the file's pixels are always RGB.
-        const std::vector<std::uint8_t>& profile = mHeader.tags.profile;
-        if (profileFits(profile, false)) {
+        const Tags& tags = mHeader.tags;
+        std::vector<std::pair<const char*, WebPData>> chunks;
+        if (profileFits(tags.profile, false))
+            chunks.push_back({"ICCP", {tags.profile.data(), tags.profile.size()}});
+        if (!tags.exif.empty()) chunks.push_back({"EXIF", {tags.exif.data(), tags.exif.size()}});
+        if (!tags.xmp.empty()) chunks.push_back({"XMP ", {tags.xmp.data(), tags.xmp.size()}});
+        if (!chunks.empty()) {
             const Mux mux(WebPMuxNew());
-            const WebPData chunk = {profile.data(), profile.size()};
-            if (!mux || WebPMuxSetImage(mux.get(), &result, 0) != WEBP_MUX_OK ||
-                WebPMuxSetChunk(mux.get(), "ICCP", &chunk, 0) != WEBP_MUX_OK ||
-                WebPMuxAssemble(mux.get(), &encoder.whole) != WEBP_MUX_OK) {
-                throw std::bad_alloc();
+            bool done = mux && WebPMuxSetImage(mux.get(), &result, 0) == WEBP_MUX_OK;
+            for (const auto& [name, chunk] : chunks) {
+                done = done && WebPMuxSetChunk(mux.get(), name, &chunk, 0) == WEBP_MUX_OK;
             }
+            if (!done || WebPMuxAssemble(mux.get(), &encoder.whole) != WEBP_MUX_OK)
+                throw std::bad_alloc();
             result = encoder.whole;
         }
         if (std::fwrite(result.bytes, 1, result.size, mFile) != result.size)

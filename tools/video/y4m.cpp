@@ -7,6 +7,7 @@
 
 #include "common/failure.h"
 #include "common/number.h"
+#include "common/size.h"
 
 namespace upscale {
 namespace {
@@ -76,14 +77,6 @@ std::string aspectTag(Ratio ratio) {
     return "A" + std::to_string(ratio.over) + ":" + std::to_string(ratio.under);
 }
 
-// Whether a side came out as it would by the other side's scale, or at the next whole pixel.
-bool scaledAlike(std::uint64_t from, std::uint64_t to, std::uint64_t otherFrom,
-                 std::uint64_t otherTo) {
-    const std::uint64_t is = to * otherFrom;
-    const std::uint64_t shouldBe = from * otherTo;
-    return std::max(is, shouldBe) - std::min(is, shouldBe) < otherFrom;
-}
-
 std::uint32_t parseSide(const std::string& tag, const std::string& name) {
     const auto side = parseNumber<std::uint32_t>(tag.substr(1));
     if (!side || *side == 0 || *side > kLongestY4mSide) {
@@ -125,7 +118,8 @@ Y4mHeader parseY4mHeader(const std::string& line, const std::string& name) {
                 throw Failure(
                         Exit::Failed, name,
                         "the colour format '" + tag +
-                                "' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are");
+                                "' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are; "
+                                "convert it first (ffmpeg: -pix_fmt yuv420p)");
             }
             format.sampling = colour->sampling;
             format.siting = colour->siting;
@@ -144,8 +138,7 @@ Y4mHeader parseY4mHeader(const std::string& line, const std::string& name) {
 std::string scaledY4mHeader(const Y4mHeader& header, std::uint32_t width, std::uint32_t height,
                             std::optional<Range> range) {
     const FrameFormat& from = header.format;
-    const bool alike = scaledAlike(from.width, width, from.height, height) ||
-                       scaledAlike(from.height, height, from.width, width);
+    const bool alike = keepsShape({from.width, from.height}, {width, height});
     const std::string rangeTag =
             range ? std::string(kRangeTag) + (*range == Range::Full ? "FULL" : "LIMITED") : "";
     bool rangeTold = !range;

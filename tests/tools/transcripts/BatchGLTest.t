@@ -5,6 +5,7 @@ Many pictures into a folder.
   $ gradient 12x20 in/c.png
   $ mv in/c.png in/c.PNG
   $ upscale --scale 1 in/a.png in/b.jpg
+  upscale: warning: in/b.jpg: JPEG cannot hold the input's texts
 
 A fault of the driver ends the batch if the next picture would meet it too.
   $ faulty bad-shaders --op cas --scale 2 in new/ 2>&1 | sed 's/: .*: ERROR/: DRIVER: ERROR/'

@@ -2,6 +2,27 @@ What the command does with files, whatever the operation.
   $ quarters 16x12 in.png
   $ size() { identify -format '%f %wx%h\n' "$@"; }
 
+Sizes are rounded to whole pixels. Only --size with both sides can change the shape, and then there is a warning.
+  $ quarters 40x17 wide.png
+  $ for target in '--scale 50%' '--scale 1.57' '--size 61x' '--size x9' '--size 1x' '--fit 60x60' '--fit 60x17' '--size 16x7'; do
+  >     upscale --op nea $target --force wide.png out.png; size out.png
+  > done
+  out.png 20x9
+  out.png 63x27
+  out.png 61x26
+  out.png 21x9
+  out.png 1x1
+  out.png 60x26
+  out.png 40x17
+  out.png 16x7
+  $ upscale --op nea --size 20x20 wide.png --force out.png
+  upscale: warning: wide.png: 40x17 to 20x20 is another shape; --fit keeps it
+  $ head -c 2720 /dev/zero | upscale --raw 40x17 --op nea --quiet --size 20x20 - - | wc -c
+  1600
+  $ upscale --op nea --size 20x20 wide.png in.png new/
+  upscale: warning: 2 of 2 pictures got another shape; --fit keeps it
+  $ rm -r wide.png out.png new
+
 --force replaces a file and keeps its mode and a link to it; it works in place too.
   $ echo old >old.png
   $ chmod 400 old.png
@@ -29,7 +50,7 @@ Failures leave no file behind.
   $ rm -f link.png old.png
   $ head -c $(($(stat -c %s in.png) / 2)) in.png >short.png
   $ convert in.png -alpha set -channel A -evaluate set 50% icon.png
-  $ upscale --size 1000000x1 in.png out.png
+  $ upscale --quiet --size 1000000x1 in.png out.png
   upscale: the driver: cannot enlarge by so much: with the border, * to * (glob)
   [1]
   $ upscale --scale 1e300 in.png out.png
@@ -82,6 +103,7 @@ The content of an input decides its format, and the name of an output.
   $ upscale --scale 2 deep.png out.png
   upscale: warning: deep.png: 16 bits a channel are reduced to 8
   $ upscale --scale 1 in.png photo.jpg --quality 95
+  upscale: warning: photo.jpg: JPEG cannot hold the input's texts
   $ mv photo.jpg photo.png
   $ upscale --scale 2 photo.png picture.Webp
   $ upscale --scale 1 picture.Webp picture --format jpeg

@@ -24,7 +24,7 @@ Sheets show the source first, and then what the operations make of it.
   upscale: in.png: the part to show is not within its 300x90 pixels
   [1]
   $ upscale --compare --scale 0.001 --size 1x1 in.png s.png
-  upscale: wrong usage: give one of --size and --scale
+  upscale: wrong usage: give one of --size, --fit and --scale
   [2]
   $ upscale --compare --size 1x1 --crop 0,0,1x1 in.png s.png
   upscale: in.png: nothing is left of the part to show

@@ -9,7 +9,7 @@ nothing. Two intermediate images of 8 bits, one of them of hue and saturation, m
   >     quarters $1 in.png
   >     places in $1 $3
   >     for op in $(operations); do
-  >         upscale --op $op --force --size $2 in.png out.png
+  >         upscale --op $op --quiet --force --size $2 in.png out.png
   >         places out $2 $3
   >         alike 3 out-places.png in-places.png
   >     done

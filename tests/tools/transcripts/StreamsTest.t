@@ -43,10 +43,10 @@ These streams are refused.
   upscale: standard input: the video ('Im') is interlaced; deinterlace it first (ffmpeg: -vf bwdif)
   [1]
   $ header 'YUV4MPEG2 W2 H1 C420p10\n'
-  upscale: standard input: the colour format 'C420p10' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are
+  upscale: standard input: the colour format 'C420p10' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are; convert it first (ffmpeg: -pix_fmt yuv420p)
   [1]
   $ header 'YUV4MPEG2 W2 H1 C444alpha\n'
-  upscale: standard input: the colour format 'C444alpha' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are
+  upscale: standard input: the colour format 'C444alpha' is not supported; 4:2:0, 4:2:2, 4:4:4 and mono of 8 bits are; convert it first (ffmpeg: -pix_fmt yuv420p)
   [1]
 
 A name that ends in .y4m makes it video, on either side.

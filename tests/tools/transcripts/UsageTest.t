@@ -8,9 +8,9 @@ A wrong command line gets one line of message and exit code 2, and no file comes
   upscale: wrong usage: give the pictures IN and OUT; see --help
   [2]
   $ wrong
-  upscale: wrong usage: give one of --size and --scale
-  $ wrong --scale 2 --size 5x5
-  upscale: wrong usage: give one of --size and --scale
+  upscale: wrong usage: give one of --size, --fit and --scale
+  $ wrong --scale 2 --fit 5x5
+  upscale: wrong usage: give one of --size, --fit and --scale
   $ wrong --scale 2 out.png
   upscale: wrong usage: 'out.png' is not a folder, which several pictures need; a name that ends in / makes one
   $ upscale --check in.png
@@ -60,9 +60,10 @@ A wrong command line gets one line of message and exit code 2, and no file comes
   >         [ "$said" = "upscale: ${1/VALUE/"'$value'"}" ] || echo "'$value': $said"
   >     done
   > }
-  $ values '--size: VALUE is not a size; give it as 1920x1080' \
-  >     --size '' 5 5x x5 0x5 5x0 -5x5 5x5x5 5.5x5 ' 5x5' 4294967296x1 axb '5X5 '
-  $ values '--scale: VALUE is not a scale; give a number above 0' --scale '' 0 -1 nan inf -inf 1e999 2x two 1e-999
+  $ values '--fit: VALUE is not a size; give it as 1920x1080' --fit '' 5x x5 0x5
+  $ values '--size: VALUE is not a size; give it as 1920x1080, 1920x or x1080' \
+  >     --size '' x 5 0x x0 0x5 5x0 -5x5 5x5x5 5.5x5 ' 5x5' 4294967296x1 axb '5X5 '
+  $ values '--scale: VALUE is not a scale; give a number above 0 or a percentage' --scale '' 0 -1 nan inf -inf 1e999 2x % 0% 2%% two 1e-999
   $ values '--quality: VALUE is not a quality; give 1 to 100' '--scale 2 --format jpeg --quality' '' 0 101 -1 9.5 best
   $ for op in $(operations); do
   >     scale=$(upscale --list | sed -n "/^$op /{n;s/^ *sharpness //;s/; default.*//p}")
@@ -80,8 +81,8 @@ Texts go to standard output, failures to standard error.
   fsr          edge-adaptive upscaling, then sharpening
                sharpness in stops: 0 strongest, each +1 halves it; default 0.5
   $ upscale --help 2>/dev/null | sed -n 1p
-  Usage: upscale (--size WxH | --scale F) [OPTION...] IN OUT
+  Usage: upscale SIZE [OPTION...] IN OUT
   $ upscale --size 5 --help | grep .
-  upscale: --size: '5' is not a size; give it as 1920x1080
+  upscale: --size: '5' is not a size; give it as 1920x1080, 1920x or x1080
   [1]
   $ upscale --help | awk 'length > 80'

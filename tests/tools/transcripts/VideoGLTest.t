@@ -3,7 +3,7 @@ Frames are scaled as pictures are, and in order. There are more of them than buf
   >     convert -size 20x14 -seed $i plasma:red-blue -depth 8 in$i.png
   >     convert in$i.png -alpha on rgba:- >>in.rgba
   > done
-  $ for options in '--op fsr --size 33x28' '--op cas --scale 1.5 --border raw'; do
+  $ for options in '--op fsr --quiet --size 33x28' '--op cas --scale 1.5 --border raw'; do
   >     cat in.rgba | upscale $options --raw 20x14 - - >out.rgba
   >     upscale $options --force in{1..8}.png pictures/
   >     for i in {1..8}; do convert pictures/in$i.png -alpha on rgba:-; done | cmp - out.rgba && stat -c %s out.rgba
