@@ -53,8 +53,51 @@ TEST(AlphaTest, AlphaGoesApartAndComesBack) {
     EXPECT_TRUE(alpha.grey);
     EXPECT_EQ(alpha.pixels, rowOf({{255, 255, 255, 255}, {1, 1, 1, 255}, {0, 0, 0, 255}}).pixels);
     Picture opaque = rowOf({kRed, kBlue, {0, 255, 0, 255}});
-    setAlpha(opaque, alpha);
+    setAlpha(opaque, alpha, row);
     EXPECT_EQ(opaque.pixels, row.pixels);
+}
+
+// Only the pixels between which a pixel lies count, and 254 is not opaque.
+TEST(AlphaTest, WhatIsOpaqueStaysSo) {
+    const auto alphasAfter = [](std::vector<std::uint8_t> before, std::size_t count) {
+        std::vector<Rgba> pixels;
+        for (const std::uint8_t alpha : before)
+            pixels.push_back({9, 9, 9, alpha});
+        const std::vector<Rgba> scaled(count, {254, 254, 254, 255});
+        Picture result = rowOf(scaled);
+        setAlpha(result, rowOf(scaled), rowOf(pixels));
+        std::vector<int> after;
+        for (std::size_t i = 0; i < count; ++i)
+            after.push_back(result.alpha(i));
+        return after;
+    };
+    using Alphas = std::vector<int>;
+    EXPECT_EQ(alphasAfter({255, 255, 254}, 3), (Alphas{255, 255, 254}));
+    EXPECT_EQ(alphasAfter({255, 255, 254}, 6), (Alphas{255, 255, 255, 254, 254, 254}));
+    EXPECT_EQ(alphasAfter({255, 255, 255, 0}, 2), (Alphas{255, 254}));
+}
+
+TEST(AlphaTest, ColoursAreMultipliedByAlphaAndBack) {
+    const Picture row = rowOf({kRed, {200, 100, 0, 51}, {255, 90, 3, 254}, kHidden});
+    Picture result = premultiplied(row);
+    EXPECT_EQ(result.pixels,
+              rowOf({kRed, {40, 20, 0, 255}, {254, 90, 3, 255}, {0, 0, 0, 255}}).pixels);
+    setAlpha(result, alphaAsGrey(row), row);
+    dividePremultiplied(result);
+    EXPECT_EQ(result.pixels,
+              rowOf({kRed, {200, 100, 0, 51}, {255, 90, 3, 254}, {0, 0, 0, 0}}).pixels);
+    // Sharpening may make a colour brighter than its alpha.
+    Picture bright = rowOf({{100, 20, 0, 51}});
+    dividePremultiplied(bright);
+    EXPECT_EQ(bright.pixels, rowOf({{255, 100, 0, 51}}).pixels);
+}
+
+TEST(AlphaTest, HiddenPixelsTakeTheColoursThatTouchThem) {
+    Picture row = rowOf({kHidden, kHidden, kRed, kHidden, kBlue, kHidden});
+    colourHidden(row);
+    EXPECT_EQ(
+            row.pixels,
+            rowOf({{0, 0, 0, 0}, kHiddenRed, kRed, {125, 15, 130, 0}, kBlue, kHiddenBlue}).pixels);
 }
 
 }  // namespace

@@ -133,7 +133,7 @@ void printValues(const Expected& expected, const Picture& picture) {
 bool checkOperation(const Operation& operation, LibraryLog& log, Report& report) {
     const Expected expected = expectedOf(operation);
     // With a border, so that nothing outside the picture counts.
-    Scaler scaler(operation, Border::Pad, log, report);
+    Scaler scaler(operation, Border::Pad, log);
     std::string fault;
     std::string measured;
     try {

@@ -21,6 +21,45 @@ void expectFormatTakes(const std::string& name, const PictureFormat& format, Siz
                           std::to_string(format.largestSide) + " pixels a side");
 }
 
+// Rows on their way, which takes time, and whether any of their pixels is transparent.
+class WatchedSource : public RowSource {
+  public:
+    WatchedSource(PictureReader& reader, double& time) : mReader(reader), mTime(time) {}
+
+    void readRows(std::uint8_t* rows, std::uint32_t count) override {
+        Stopwatch watch;
+        mReader.readRows(rows, count);
+        mTime += watch.lap();
+        const std::size_t pixels = std::size_t{count} * mReader.width();
+        if (mReader.header().alpha && !mTransparent) mTransparent = hasTransparency(rows, pixels);
+    }
+    bool transparent() const { return mTransparent; }
+
+  private:
+    PictureReader& mReader;
+    double& mTime;
+    bool mTransparent = false;
+};
+
+template <typename Check>
+class WatchedSink : public RowSink {
+  public:
+    WatchedSink(PictureWriter& writer, double& time, const Check& check)
+        : mWriter(writer), mTime(time), mCheck(check) {}
+
+    void writeRows(const std::uint8_t* rows, std::uint32_t count) override {
+        mCheck();
+        Stopwatch watch;
+        mWriter.writeRows(rows, count);
+        mTime += watch.lap();
+    }
+
+  private:
+    PictureWriter& mWriter;
+    double& mTime;
+    Check mCheck;
+};
+
 [[noreturn]] void failTransparent(const std::string& name, const PictureFormat& format) {
     std::vector<std::string> others;
     for (const PictureFormat& other : kPictureFormats) {
@@ -48,30 +87,71 @@ void PictureJob::setOutput(const std::string& path) {
     expectFormatTakes(path, mFormat, mTo);
 }
 
-void PictureJob::scale(Scaler& scaler) {
-    scaler.expectFits(mInput, mFrom);
-    scaler.expectFits(mOutput, mTo);
+bool PictureJob::plan(const Scaler& scaler) {
     mPlan = scaler.plan(mFrom, mTo);
-    Stopwatch watch;
-    Picture source = mPicture.reader->read();
-    if (!mFormat.alpha && hasTransparency(source)) failTransparent(mOutput, mFormat);
+    mByRows = scaler.tiled(mPlan);
+    return mByRows;
+}
+
+void PictureJob::open() {
+    mStream = mFile->open();
+}
+
+void PictureJob::expectWritable(bool transparent) const {
+    if (transparent && !mFormat.alpha) failTransparent(mOutput, mFormat);
+}
+
+void PictureJob::scale(Scaler& scaler) {
     if (mPicture.reader->depth() > 8) {
         mReport.warning(mInput + ": " + std::to_string(mPicture.reader->depth()) +
                         " bits a channel are reduced to 8");
     }
-    mPicture.reader.reset();
-    mReadTime = watch.lap();
-    mResult = scaler.scale(std::move(source), mPlan, mArguments.sharpness);
+    if (mByRows) {
+        scaleRows(scaler);
+    } else {
+        Stopwatch watch;
+        Picture source = mPicture.reader->read();
+        mTransparent = hasTransparency(source);
+        expectWritable(mTransparent);
+        mPicture.reader.reset();
+        mReadTime = watch.lap();
+        mResult = scaler.scale(std::move(source), mPlan, mArguments.sharpness);
+    }
     mDriver = scaler.driver();
     mTimes = scaler.takeTimes();
 }
 
+void PictureJob::scaleRows(Scaler& scaler) {
+    PictureHeader header = mPicture.reader->header();
+    header.width = mTo.width;
+    header.height = mTo.height;
+    // Whether a pixel is transparent shows at the end only.
+    header.alpha = header.alpha && mFormat.alpha;
+    const auto writer =
+            createPicture(std::move(header), mFormat, {mArguments.quality, mArguments.compression},
+                          mStream, mOutput);
+    mDropped = writer->dropped();
+    WatchedSource source(*mPicture.reader, mReadTime);
+    const auto check = [&] { expectWritable(source.transparent()); };
+    WatchedSink sink(*writer, mWriteTime, check);
+    scaler.scale(source, mPlan, mArguments.sharpness, sink);
+    check();
+    Stopwatch watch;
+    writer->finish();
+    mWriteTime += watch.lap();
+    mTransparent = source.transparent();
+    mPicture.reader.reset();
+}
+
 void PictureJob::write() {
     Stopwatch watch;
-    mDropped = writePicture(mResult, mFormat, {mArguments.quality, mArguments.compression},
-                            mFile->open(), mOutput);
+    if (!mByRows) {
+        open();
+        mDropped = writePicture(mResult, mFormat, {mArguments.quality, mArguments.compression},
+                                mStream, mOutput);
+    }
     mFile->commit();
-    mWriteTime = watch.lap();
+    mWriteTime += watch.lap();
 }
 
 void PictureJob::reportTimes() const {
@@ -83,8 +163,7 @@ void PictureJob::reportTimes() const {
     std::snprintf(line, sizeof(line), "%s, sharpness %g: %s to %s (with its border, %s to %s)%s",
                   mArguments.operation->name, static_cast<double>(mArguments.sharpness),
                   inPixels(mFrom).c_str(), inPixels(mTo).c_str(), inPixels(mPlan.from).c_str(),
-                  inPixels(mPlan.to).c_str(),
-                  hasTransparency(mResult) ? ", with transparency" : "");
+                  inPixels(mPlan.to).c_str(), mTransparent ? ", with transparency" : "");
     mReport.note("driver: " + mDriver);
     mReport.note(line);
     std::snprintf(line, sizeof(line),

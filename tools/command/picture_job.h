@@ -2,6 +2,7 @@
 #ifndef UPSCALER_TOOLS_COMMAND_PICTURE_JOB_H
 #define UPSCALER_TOOLS_COMMAND_PICTURE_JOB_H
 
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,12 +28,20 @@ class PictureJob {
 
     /// Checks that there can be such a file.
     void setOutput(const std::string& path);
+    /// @return whether `scale` writes, too: the picture is large, and only some rows of it are
+    /// kept.
+    bool plan(const Scaler& scaler);
+    /// Creates the file, before `scale` if that writes.
+    void open();
     void scale(Scaler& scaler);
-    /// On any thread.
+    /// What is left of the writing. On any thread.
     void write();
     void reportTimes() const;
 
   private:
+    void expectWritable(bool transparent) const;
+    void scaleRows(Scaler& scaler);
+
     const Arguments& mArguments;
     Report& mReport;
     std::string mInput;
@@ -41,8 +50,11 @@ class PictureJob {
     const PictureFormat& mFormat;
     Size mFrom, mTo;
     ScalePlan mPlan = {};
+    bool mByRows = false;
     std::unique_ptr<OutputFile> mFile;
+    std::FILE* mStream = nullptr;  // of mFile
     Picture mResult;
+    bool mTransparent = false;
     std::vector<std::string> mDropped;
     std::string mDriver;
     Times mTimes;

@@ -64,13 +64,18 @@ class Batch {
     }
 
     Exit run() {
-        Scaler scaler(*mArguments.operation, mArguments.border, mLog, mReport);
+        Scaler scaler(*mArguments.operation, mArguments.border, mLog);
         makeFolder(mArguments.output);
         mReport.startProgress("pictures", mInputs.size());
         for (const std::string& input : mInputs) {
             std::shared_ptr<PictureJob> job;
             const auto scale = [&] {
                 job = begin(input);
+                if (job->plan(scaler)) {
+                    finishLast();
+                    mWorker.start([job] { job->open(); });
+                    mWorker.wait();
+                }
                 job->scale(scaler);
             };
             const std::exception_ptr error = errorOf(scale);
@@ -238,7 +243,8 @@ void scalePicture(const Arguments& arguments, Report& report) {
                        inPixels(job.to()) + " is " + kKeepShape);
     }
     LibraryLog log(arguments.verbose);
-    Scaler scaler(*arguments.operation, arguments.border, log, report);
+    Scaler scaler(*arguments.operation, arguments.border, log);
+    if (job.plan(scaler)) job.open();
     job.scale(scaler);
     job.write();
     job.reportTimes();

@@ -242,10 +242,8 @@ class Sheet {
     }
 
     void add(const Operation& operation, const std::vector<float>& values) {
-        Scaler scaler(operation, mArguments.border, mLog, mReport);
+        Scaler scaler(operation, mArguments.border, mLog);
         if (mCells.empty()) {
-            scaler.expectFits(mInput, mFrom);
-            scaler.expectFits("the output", mTo);
             mPlan = scaler.plan(mFrom, mTo);
             mSource = mReader->read();
             mCells.push_back({"source", "nearest pixel", nearestPart(mSource, mTo, mPart)});

@@ -19,12 +19,12 @@ constexpr SharpnessScale kShare = {0.0f, 1.0f, "0 to 1: 0 strongest, 1 weakest"}
 // the scale (nea, cas-sharpen) the default stops short of it.
 // clang-format off
 const std::vector<Operation> kOperations = {
-    {"fsr", &Upscaler::fsrResize, "edge-adaptive upscaling, then sharpening", &kStops, 0.5f},
-    {"nea", &Upscaler::neaResize, "nearest pixel, then sharpening: keeps hard pixels", &kStops, 2.0f},
-    {"cas-sharpen", &Upscaler::casSharpen, "sharpening; a new size comes from linear scaling", &kShare, 0.5f},
-    {"cas", &Upscaler::casResize, "scaling and sharpening in one step", &kShare, 0.25f},
-    {"casv", &Upscaler::casvUpscale, "as cas, on brightness only: colours come unmixed from the nearest pixel", &kShare, 0.25f},
-    {"cast", &Upscaler::casTUpscale, "as cas, cheaper and with a stronger range", &kShare, 0.5f},
+    {"fsr", &Upscaler::fsrResize, "edge-adaptive upscaling, then sharpening", &kStops, 0.5f, true},
+    {"nea", &Upscaler::neaResize, "nearest pixel, then sharpening: keeps hard pixels", &kStops, 2.0f, true},
+    {"cas-sharpen", &Upscaler::casSharpen, "sharpening; a new size comes from linear scaling", &kShare, 0.5f, true},
+    {"cas", &Upscaler::casResize, "scaling and sharpening in one step", &kShare, 0.25f, true},
+    {"casv", &Upscaler::casvUpscale, "as cas, on brightness only: colours come unmixed from the nearest pixel", &kShare, 0.25f, false},
+    {"cast", &Upscaler::casTUpscale, "as cas, cheaper and with a stronger range", &kShare, 0.5f, true},
 };
 // clang-format on
 

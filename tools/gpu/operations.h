@@ -26,6 +26,7 @@ struct Operation {
     const char* description;
     const SharpnessScale* scale;
     float defaultSharpness;
+    bool mixesColours;  ///< Otherwise hue and saturation are those of one pixel.
 };
 
 extern const std::vector<Operation> kOperations;

@@ -4,6 +4,7 @@
 
 #include <upscaler/upscaler.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -53,6 +54,8 @@ class Runner {
     const std::string& driver() const { return mDriver; }
     /// Whether the driver takes pictures of this size.
     bool fits(Size size) const;
+    /// The longest side that the driver takes, if it is shorter than `side`.
+    std::uint32_t atMost(std::uint32_t side) const { return std::min(side, mLargestSide); }
     /// Checks that. @param name what `Failure` names.
     void expectFits(const std::string& name, Size size) const;
 

@@ -20,13 +20,36 @@ void forNeighbours(const Picture& picture, std::size_t index, const Visit& visit
     }
 }
 
+// The one or two pixels of the source between which a pixel of the result lies.
+struct Pair {
+    std::size_t first, second;
+};
+
+std::vector<Pair> pairsRead(std::uint32_t from, std::uint32_t to) {
+    std::vector<Pair> pairs;
+    pairs.reserve(to);
+    for (std::uint32_t i = 0; i < to; ++i) {
+        // In units of 1 / (2 * to), and half a pixel to the right.
+        const std::uint64_t at = (2 * std::uint64_t{i} + 1) * from;
+        const std::uint64_t pixel = 2 * std::uint64_t{to};
+        const std::uint64_t first = at > to ? (at - to) / pixel : 0;
+        const std::uint64_t second = at > to ? (at - to + pixel - 1) / pixel : 0;
+        pairs.push_back({first, std::min<std::uint64_t>(second, from - 1)});
+    }
+    return pairs;
+}
+
 }  // namespace
 
-bool hasTransparency(const Picture& picture) {
-    for (std::size_t i = 0; i < picture.pixelCount(); ++i) {
-        if (picture.alpha(i) != Picture::kOpaque) return true;
+bool hasTransparency(const std::uint8_t* pixels, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        if (pixels[i * Picture::kChannels + 3] != Picture::kOpaque) return true;
     }
     return false;
+}
+
+bool hasTransparency(const Picture& picture) {
+    return hasTransparency(picture.pixels.data(), picture.pixelCount());
 }
 
 Picture alphaAsGrey(const Picture& picture) {
@@ -39,9 +62,69 @@ Picture alphaAsGrey(const Picture& picture) {
     return grey;
 }
 
-void setAlpha(Picture& picture, const Picture& grey) {
+Picture premultiplied(const Picture& picture) {
+    Picture result(picture.width, picture.height);
+    result.grey = picture.grey;
+    result.tags = picture.tags;
     for (std::size_t i = 0; i < picture.pixelCount(); ++i) {
-        picture.alpha(i) = grey.pixel(i)[0];
+        const unsigned alpha = picture.alpha(i);
+        for (std::size_t c = 0; c < 3; ++c) {
+            result.pixel(i)[c] = static_cast<std::uint8_t>(
+                    (picture.pixel(i)[c] * alpha + Picture::kOpaque / 2) / Picture::kOpaque);
+        }
+        result.alpha(i) = Picture::kOpaque;
+    }
+    return result;
+}
+
+void setAlpha(Picture& picture, const Picture& alpha, const Picture& source) {
+    const std::vector<Pair> columns = pairsRead(source.width, picture.width);
+    const std::vector<Pair> rows = pairsRead(source.height, picture.height);
+    for (std::size_t y = 0; y < picture.height; ++y) {
+        for (std::size_t x = 0; x < picture.width; ++x) {
+            const auto opaque = [&](std::size_t column, std::size_t row) {
+                return source.alpha(row * source.width + column) == Picture::kOpaque;
+            };
+            const auto [left, right] = columns[x];
+            const auto [above, below] = rows[y];
+            const std::size_t i = y * picture.width + x;
+            picture.alpha(i) = opaque(left, above) && opaque(right, above) && opaque(left, below) &&
+                                               opaque(right, below)
+                                       ? Picture::kOpaque
+                                       : alpha.pixel(i)[0];
+        }
+    }
+}
+
+void dividePremultiplied(Picture& picture) {
+    for (std::size_t i = 0; i < picture.pixelCount(); ++i) {
+        const unsigned alpha = picture.alpha(i);
+        if (alpha == 0) continue;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const unsigned value =
+                    (picture.pixel(i)[c] * unsigned{Picture::kOpaque} + alpha / 2) / alpha;
+            picture.pixel(i)[c] =
+                    static_cast<std::uint8_t>(std::min<unsigned>(value, Picture::kOpaque));
+        }
+    }
+}
+
+void colourHidden(Picture& picture) {
+    for (std::size_t i = 0; i < picture.pixelCount(); ++i) {
+        if (picture.alpha(i) != 0) continue;
+        unsigned sum[3] = {};
+        unsigned count = 0;
+        forNeighbours(picture, i, [&](std::size_t n) {
+            if (picture.alpha(n) == 0) return;
+            for (std::size_t c = 0; c < 3; ++c) {
+                sum[c] += picture.pixel(n)[c];
+            }
+            ++count;
+        });
+        for (std::size_t c = 0; c < 3; ++c) {
+            picture.pixel(i)[c] =
+                    static_cast<std::uint8_t>(count == 0 ? 0 : (sum[c] + count / 2) / count);
+        }
     }
 }
 

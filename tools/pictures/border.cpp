@@ -2,7 +2,6 @@
 #include "pictures/border.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <numeric>
 #include <utility>
 
@@ -10,26 +9,31 @@ namespace upscale {
 Padding paddingFor(std::uint32_t from, std::uint32_t to) {
     // The last pass reads one destination pixel beyond the edge, and the scaling reads up to two
     // source pixels past the one at that pixel's position.
-    const std::uint32_t leastSource = from < to ? 2 : (from - to) / (2 * to) + 3;
+    const std::uint64_t from64 = from;
+    const std::uint64_t leastSource = from < to ? 2 : (from - to) / (2 * std::uint64_t{to}) + 3;
     const bool grows = from < to;
-    const std::uint32_t fewer = std::min(from, to);
-    const std::uint32_t more = std::max(from, to);
-    const std::uint32_t least = grows ? leastSource : (leastSource * to + from - 1) / from;
+    const std::uint64_t fewer = std::min(from, to);
+    const std::uint64_t more = std::max(from, to);
+    const std::uint64_t least = grows ? leastSource : (leastSource * to + from64 - 1) / from64;
 
     // On the side that has fewer pixels.
-    const std::uint32_t exactStep = fewer / std::gcd(from, to);
-    std::uint32_t best = (least + exactStep - 1) / exactStep * exactStep;
-    const auto onOther = [=](std::uint32_t width) { return (width * more + fewer / 2) / fewer; };
+    const std::uint64_t exactStep = fewer / std::gcd(from, to);
+    std::uint64_t best = (least + exactStep - 1) / exactStep * exactStep;
+    const auto onOther = [=](std::uint64_t width) { return (width * more + fewer / 2) / fewer; };
     if (best > kWidestPadding) {
-        const auto error = [&](std::uint32_t width) {
-            return std::abs(std::int64_t{width} * more - std::int64_t{onOther(width)} * fewer);
+        const auto error = [&](std::uint64_t width) {
+            const std::uint64_t exact = width * more;
+            const std::uint64_t rounded = onOther(width) * fewer;
+            return exact > rounded ? exact - rounded : rounded - exact;
         };
         best = least;
-        for (std::uint32_t width = least + 1; width <= kWidestPadding; ++width) {
+        for (std::uint64_t width = least + 1; width <= kWidestPadding; ++width) {
             if (error(width) < error(best)) best = width;
         }
     }
-    return grows ? Padding{best, onOther(best)} : Padding{onOther(best), best};
+    const auto onFewer = static_cast<std::uint32_t>(best);
+    const auto onMore = static_cast<std::uint32_t>(onOther(best));
+    return grows ? Padding{onFewer, onMore} : Padding{onMore, onFewer};
 }
 
 void repeatEdges(PixelRows<std::uint8_t> pixels, Size inner, std::uint32_t x, std::uint32_t y) {

@@ -12,10 +12,15 @@ A padded border changes the edge only. Two operations read between pixels throug
   >     done
   > done
 
-At the driver's largest size there is no room for one.
-  $ most=$(upscale --size 1000000x1 in.png out.png 2>&1 | grep -oE '[0-9]+ pixels' | grep -oE '^[0-9]+')
-  [1]
-  $ upscale --size ${most}x1 in.png out.png 2>&1 | sed 's/padded, .* is/padded, SIZES is/; s/to [0-9]*x1/to SIZE/'
-  upscale: warning: in.png: 24x20 to SIZE is another shape; --fit keeps it
-  upscale: warning: there is no room for a border: padded, SIZES is too large for the driver; continuing with --border raw
-  $ [ $(od -An -tu4 --endian=big -j16 -N4 out.png) -eq $most ]
+A picture longer than the driver takes has a border, too: the corner is as at any other place.
+  $ ffmpeg -v error -f lavfi -i color=teal:size=20000x2 -frames:v 1 wide.png
+  $ for op in $(operations); do
+  >     upscale --op $op --scale 2 --force wide.png out.png
+  >     echo $(od -An -tu1 -j16 -N8 out.png) $(ffmpeg -v error -i out.png -f rawvideo -pix_fmt rgb24 - | od -An -tu1 -v -w3 | sort -u)
+  > done
+  0 0 156 64 0 0 0 4 0 126 127
+  0 0 156 64 0 0 0 4 0 126 127
+  0 0 156 64 0 0 0 4 0 126 127
+  0 0 156 64 0 0 0 4 0 126 127
+  0 0 156 64 0 0 0 4 0 125 127
+  0 0 156 64 0 0 0 4 0 126 127

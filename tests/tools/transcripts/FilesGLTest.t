@@ -48,17 +48,13 @@ Sizes are rounded to whole pixels. Only --size with both sides can change the sh
 
 Failures leave no file behind.
   $ rm -f link.png old.png
-  $ ffmpeg -v error -f lavfi -i color=teal:size=20000x2 -frames:v 1 wide.png
   $ head -c $(($(stat -c %s in.png) / 2)) in.png >short.png
   $ convert in.png -alpha set -channel A -evaluate set 50% icon.png
-  $ upscale --quiet --size 1000000x1 in.png out.png 2>&1 | sed 's/takes [0-9x]*/takes MOST/'
-  upscale: out.png: 1000000x1 is too large: the driver takes MOST pixels a side
+  $ upscale --quiet --size 1000000x1 in.png out.png
+  upscale: the driver: cannot enlarge by so much: with the border, * to * (glob)
   [1]
   $ upscale --scale 1e300 in.png out.png
   upscale: out.png: 4294967295x4294967295 is too large: PNG takes 2147483647 pixels a side
-  [1]
-  $ upscale --quiet --size 4x4 wide.png out.png 2>&1 | sed 's/takes [0-9x]*/takes MOST/'
-  upscale: wide.png: 20000x2 is too large: the driver takes MOST pixels a side
   [1]
   $ upscale --scale 2 short.png out.png
   upscale: short.png: the file is cut short
@@ -76,7 +72,6 @@ Failures leave no file behind.
   icon.png
   in.png
   short.png
-  wide.png
 
 Neither do faults of the driver. The library reports nothing, so the command has to find out what the driver did.
   $ faulty skip-draws --op cas --scale 2 in.png out.png
@@ -101,7 +96,6 @@ Neither do faults of the driver. The library reports nothing, so the command has
   icon.png
   in.png
   short.png
-  wide.png
 
 The content of an input decides its format, and the name of an output.
   $ convert -size 16x12 xc:teal -seed 7 +noise Random -depth 16 deep.png
@@ -155,4 +149,3 @@ memory that a driver's compiler may use.
   picture
   picture.Webp
   short.png
-  wide.png
