@@ -10,6 +10,8 @@ namespace {
 constexpr unsigned kOrientationTag = 0x0112;
 constexpr unsigned kImageWidthTag = 0x0100;
 constexpr unsigned kImageHeightTag = 0x0101;
+constexpr unsigned kXResolutionTag = 0x011a;
+constexpr unsigned kYResolutionTag = 0x011b;
 constexpr unsigned kPhotoTag = 0x8769;
 constexpr unsigned kPixelWidthTag = 0xa002;
 constexpr unsigned kPixelHeightTag = 0xa003;
@@ -69,7 +71,9 @@ void mendExif(std::vector<std::uint8_t>& data, std::uint32_t width, std::uint32_
         put(entry + 4, 1, 4);
         put(entry + 8, value, 4);
     };
-    const bool turned = exifOrientation(data.data(), data.size()) != 1;
+    const int orientation = exifOrientation(data.data(), data.size());
+    std::size_t xResolution = 0;  // Where the value is.
+    std::size_t yResolution = 0;
     std::size_t directory = numbers.at(4, 4);
     // The first directory, and the one of the photograph, to which it points.
     for (int round = 0; round < 2 && directory != 0; ++round) {
@@ -81,6 +85,12 @@ void mendExif(std::vector<std::uint8_t>& data, std::uint32_t width, std::uint32_
             switch (numbers.at(entry, 2)) {
                 case kOrientationTag:
                     if (numbers.at(entry + 2, 2) == kShortType) put(entry + 8, 1, 2);
+                    break;
+                case kXResolutionTag:
+                    xResolution = entry + 8;
+                    break;
+                case kYResolutionTag:
+                    yResolution = entry + 8;
                     break;
                 case kPhotoTag:
                     next = numbers.at(entry + 8, 4);
@@ -95,8 +105,13 @@ void mendExif(std::vector<std::uint8_t>& data, std::uint32_t width, std::uint32_
                     break;
             }
         }
-        if (round == 0 && turned) put(directory + 2 + entries * kEntryBytes, 0, 4);
+        if (round == 0 && orientation != 1) put(directory + 2 + entries * kEntryBytes, 0, 4);
         directory = next;
+    }
+    if (turnsSideways(orientation) && xResolution != 0 && yResolution != 0) {
+        const std::uint32_t x = numbers.at(xResolution, 4);
+        put(xResolution, numbers.at(yResolution, 4), 4);
+        put(yResolution, x, 4);
     }
 }
 

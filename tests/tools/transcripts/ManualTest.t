@@ -1,5 +1,5 @@
 The man page and --help have the same options, and the man page has every operation, format and extension.
-  $ manual() { man -l -Tascii "$TOOLS/upscale.1" | col -bx; }
+  $ manual() { GROFF_NO_SGR=1 man -l -Tascii "$TOOLS/upscale.1" | col -bx; }
   $ manual | sed -n '/^OPTIONS/,/^EXIT STATUS/p' | grep -oE '^ {7}(-h, ?)?--[a-z]+' | grep -oE -- '--[a-z]+' >manual
   $ upscale --help | sed -n '/^Scaling:/,/^Formats:/p' | grep -oE '^  (-h, ?)?--[a-z]+' | grep -oE -- '--[a-z]+' >help
   $ [ $(wc -l <help) -gt 20 ]

@@ -7,17 +7,17 @@ JPEG files are turned upright by the orientation of their EXIF data, in either b
   >     upscale --op nea --scale 1 --sharpness 100 turned.jpg out.png
   >     convert turned.jpg -auto-orient expected.png
   >     alike 1 out.png expected.png
-  >     identify -format "$orientation: %wx%h, to a metre: %[fx:round(100*resolution.x)] and %[fx:round(100*resolution.y)]\n" out.png
+  >     echo $orientation: $(exiftool -s3 -ImageSize -PixelsPerUnitX -PixelsPerUnitY -XResolution -YResolution out.png)
   >     rm turned.jpg out.png
   > done
-  1: 32x16, to a metre: 11811 and 5906
-  2: 32x16, to a metre: 11811 and 5906
-  3: 32x16, to a metre: 11811 and 5906
-  4: 32x16, to a metre: 11811 and 5906
-  5: 16x32, to a metre: 5906 and 11811
-  6: 16x32, to a metre: 5906 and 11811
-  7: 16x32, to a metre: 5906 and 11811
-  8: 16x32, to a metre: 5906 and 11811
+  1: 32x16 11811 5906 300 150
+  2: 32x16 11811 5906 300 150
+  3: 32x16 11811 5906 300 150
+  4: 32x16 11811 5906 300 150
+  5: 16x32 5906 11811 150 300
+  6: 16x32 5906 11811 150 300
+  7: 16x32 5906 11811 150 300
+  8: 16x32 5906 11811 150 300
   $ convert in.jpg -crop 1x1+0+0 one.png
   $ convert in.png -crop 1x1+0+0 two.png
   $ alike 6 one.png two.png
