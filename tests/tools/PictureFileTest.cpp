@@ -20,6 +20,7 @@
 #include "painted.h"
 #include "tools/common/failure.h"
 #include "tools/pictures/alpha.h"
+#include "tools/pictures/orientation.h"
 
 namespace {
 
@@ -43,6 +44,7 @@ const Encoding kEncodings[] = {
         {"webp", {}, true, false, false, {"IPTC data", "texts"}},
         {"webp", 95, false, false, false, {"IPTC data", "texts"}},
         {"tiff", {}, true, true, true, {"EXIF data", "texts"}},
+        {"avif", 95, false, true, false, {"IPTC data", "texts"}},
 };
 const Encoding& kPng = kEncodings[0];
 const Encoding& kJpeg = kEncodings[1];
@@ -628,6 +630,30 @@ TEST(PictureFileTest, HugePromisesCostNothing) {
             "\xff\xda\0\x0e\4\1\0\2\0\3\0\4\0\0\x3f\0",
             40);
     EXPECT_THAT(reasonOf(fourColours), HasSubstr("CMYK"));
+}
+
+// Encoders store the orientation of EXIF data as marks, which are what counts in AVIF.
+TEST(PictureFileTest, AvifIsTurnedByItsOwnMarks) {
+    Picture picture = slopes(64, 48, false);
+    upscale::PictureHeader header = {64, 48, false, false, {}};
+    header.tags.codePoints = {12, 13, 0, 1};
+    for (std::uint8_t orientation = 1; orientation <= 8; ++orientation) {
+        header.tags.exif = exifTurned();
+        header.tags.exif[19] = orientation;
+        std::FILE* file = std::tmpfile();
+        const auto writer = formatNamed("avif")->create(header, {100}, file, "stored");
+        writer->writeRows(picture.pixels.data(), picture.height);
+        std::rewind(file);
+        const Picture read = loaded(readAll(file));
+        std::fclose(file);
+        const Picture expected = upscale::upright(picture, orientation);
+        ASSERT_EQ(read.width, expected.width);
+        double sum = 0;
+        for (std::size_t i = 0; i < expected.pixels.size(); ++i)
+            sum += std::abs(read.pixels[i] - expected.pixels[i]);
+        EXPECT_LE(sum / static_cast<double>(expected.pixels.size()), 3) << int{orientation};
+        EXPECT_EQ(read.tags.codePoints, header.tags.codePoints);
+    }
 }
 
 }  // namespace

@@ -42,6 +42,12 @@ std::unique_ptr<PictureReader> openTiff(InputFile file);
 std::unique_ptr<PictureWriter> createTiff(PictureHeader header, const Encoding& encoding,
                                           std::FILE* file, std::string name);
 
+/// A still picture of any depth.
+std::unique_ptr<PictureReader> openAvif(InputFile file);
+/// Grey or RGB, with alpha or without; no density. Colour is stored as in JPEG.
+std::unique_ptr<PictureWriter> createAvif(PictureHeader header, const Encoding& encoding,
+                                          std::FILE* file, std::string name);
+
 }  // namespace upscale
 
 #endif  // UPSCALER_TOOLS_PICTURES_CODECS_H

@@ -40,6 +40,7 @@ const std::vector<PictureFormat> kPictureFormats = {
     {"WebP", {"webp"},        16383,        true,  kLossless,  {"RIFF????WEBP"sv},      openWebP, false, createWebP},
     {"TIFF", {"tif", "tiff"}, kAnySide,     true,  kNoQuality, {"II*\0"sv, "MM\0*"sv,
                                                                 "II+\0"sv, "MM\0+"sv}, openTiff, true,  createTiff},
+    {"AVIF", {"avif"},        16384,        true,  80,         {"????ftypavif"sv, "????ftypavis"sv}, openAvif, false, createAvif},
 };
 // clang-format on
 

@@ -11,13 +11,14 @@ void PictureWriter::fail(const std::string& reason) const {
     throw Failure(Exit::Failed, mName, reason);
 }
 
-void PictureWriter::dropColours(bool profileKept) {
+void PictureWriter::dropColours(bool profileKept, bool codePointsKept) {
     constexpr std::int32_t kGamma = 45455;
     constexpr std::array<std::int32_t, 8> kPrimaries = {31270, 32900, 64000, 33000,
                                                         30000, 60000, 15000, 6000};
     constexpr std::array<std::uint8_t, 4> kCodePoints = {1, 13, 0, 1};
     const Tags& tags = mHeader.tags;
-    if (tags.codePoints.value_or(kCodePoints) != kCodePoints) mDropped.push_back("cICP colours");
+    if (!codePointsKept && tags.codePoints.value_or(kCodePoints) != kCodePoints)
+        mDropped.push_back("cICP colours");
     if (profileKept) return;
     drop(tags.profile, "colour profile");
     if (tags.gamma.value_or(kGamma) != kGamma) mDropped.push_back("gamma");

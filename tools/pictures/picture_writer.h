@@ -52,7 +52,8 @@ class PictureWriter : public RowSink {
     }
     /// Notes what is dropped of the colours; nothing if readers take the pixels for sRGB anyway.
     /// @param profileKept whether the profile, which counts before all but the code points, stays.
-    void dropColours(bool profileKept);
+    /// @param codePointsKept whether those of cICP do.
+    void dropColours(bool profileKept, bool codePointsKept = false);
     void dropDensity();
     [[noreturn]] void fail(const std::string& reason) const;
 
