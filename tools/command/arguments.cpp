@@ -145,7 +145,10 @@ bool holdsVideo(const std::string& path) {
 }
 
 void setPaths(Arguments& arguments, std::vector<std::string> paths) {
-    if (paths.size() < 2) usage("wrong usage", "give the pictures IN and OUT; see --help");
+    if (paths.size() < (arguments.filesFrom ? 1 : 2)) {
+        usage("wrong usage", arguments.filesFrom ? "give the FOLDER for the results; see --help"
+                                                 : "give the pictures IN and OUT; see --help");
+    }
     arguments.output = std::move(paths.back());
     paths.pop_back();
     arguments.inputs = std::move(paths);
@@ -164,7 +167,8 @@ void setPaths(Arguments& arguments, std::vector<std::string> paths) {
                                      "' is not a folder, which several pictures need; a name that "
                                      "ends in / makes one");
     }
-    arguments.intoFolder = named || many || (isFolder(arguments.inputs.front()) && !picture);
+    arguments.intoFolder = arguments.filesFrom || named || many ||
+                           (isFolder(arguments.inputs.front()) && !picture);
 }
 
 void printList() {
@@ -177,6 +181,7 @@ void printList() {
 
 constexpr char kUsage[] = R"(Usage: upscale SIZE [OPTION...] IN OUT
        upscale SIZE [OPTION...] IN... FOLDER
+       upscale SIZE [OPTION...] --files-from LIST FOLDER
        upscale (--compare | --sweep A:B) SIZE [OPTION...] IN OUT
        upscale (--check | --list | --version | --help)
 
@@ -282,6 +287,7 @@ class CommandLine {
         mApp.add_option("PATHS", mPaths);
         addScaling();
         addWriting();
+        addFolders();
         addSheets();
         addVideo();
         addReports();
@@ -315,6 +321,7 @@ class CommandLine {
             return mArguments;
         }
         setPaths(mArguments, mPaths);
+        expectForFolder();
         if (given("--size") + given("--fit") + given("--scale") != 1)
             usage("wrong usage", "give one of --size, --fit and --scale");
         readSharpness();
@@ -366,6 +373,7 @@ class CommandLine {
 
     void addScaling();
     void addWriting();
+    void addFolders();
     void addSheets();
     void addVideo();
     void addReports();
@@ -374,6 +382,7 @@ class CommandLine {
     bool given(const std::string& name) const { return mApp.count(name) > 0; }
     Task task() const;
     void expectForTask() const;
+    void expectForFolder() const;
     void readSharpness();
     void readFormat();
 
@@ -432,6 +441,22 @@ void CommandLine::addWriting() {
                            {"best", Compression::Best}},
                           mArguments.compression);
     addFlag(kScaling, "--force", "Replace files that exist", mArguments.force);
+}
+
+void CommandLine::addFolders() {
+    mGroup = "Many pictures";
+    const auto text = [](const std::string& value) { return std::optional<std::string>(value); };
+    add(kPictures, "--files-from", "LIST",
+        "File with the names of more inputs, a line each or each ending with a NUL; - is standard "
+        "input",
+        "a file", text, mArguments.filesFrom);
+    addFlag(kPictures, "--recursive", "Take the folders within folders, too, and keep the tree",
+            mArguments.recursive);
+    addFlag(kPictures, "--skip-existing", "Do only the pictures whose output does not exist yet",
+            mArguments.skipExisting);
+    add(kPictures, "--suffix", "TEXT",
+        "Put TEXT behind the name of each output, before its extension", "a text", text,
+        mArguments.suffix);
 }
 
 void CommandLine::addSheets() {
@@ -507,6 +532,17 @@ void CommandLine::expectForTask() const {
         }
         usage(option->get_name(), std::string("does not go with ") + nameOf(mArguments.task) +
                                           ", only with " + listed(others, "and"));
+    }
+}
+
+void CommandLine::expectForFolder() const {
+    if (mArguments.force && mArguments.skipExisting)
+        usage("wrong usage", "--force and --skip-existing do not go together");
+    if (mArguments.suffix.find('/') != std::string::npos)
+        usage("--suffix", "'" + mArguments.suffix + "' is not part of a name: it has a /");
+    for (const char* option : {"--recursive", "--suffix"}) {
+        if (given(option) && !mArguments.intoFolder)
+            usage(option, "is for pictures that go to a FOLDER");
     }
 }
 

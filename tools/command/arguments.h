@@ -45,6 +45,10 @@ struct Arguments {
     std::optional<int> quality;
     Compression compression = Compression::Default;
     bool force = false;
+    bool skipExisting = false;
+    bool recursive = false;  ///< Of `intoFolder`, as the next two.
+    std::string suffix;      ///< Goes behind the names of the outputs, before the extension.
+    std::optional<std::string> filesFrom;  ///< A list of more inputs; "-" is standard input.
     bool quiet = false;
     bool verbose = false;
 
@@ -56,7 +60,8 @@ struct Arguments {
     std::optional<Matrix> matrix;
     std::optional<Range> range;
 
-    std::vector<std::string> inputs;  ///< One, unless `intoFolder`. Of `kVideo` also "-".
+    std::vector<std::string>
+            inputs;  ///< One, unless `intoFolder`, which may have none. Of `kVideo` also "-".
     std::string output;
     bool intoFolder = false;  ///< `output` is a folder, which may be missing; of `kPictures`.
 

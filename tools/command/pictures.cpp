@@ -15,6 +15,7 @@
 #include <set>
 #include <utility>
 
+#include "command/inputs.h"
 #include "command/picture_job.h"
 #include "command/worker.h"
 #include "gpu/library_log.h"
@@ -25,11 +26,6 @@ namespace upscale {
 namespace {
 
 constexpr std::size_t kMostNamed = 10;
-
-bool isFolder(const std::string& path) {
-    std::error_code error;
-    return std::filesystem::is_directory(path, error);
-}
 
 using Identity = std::pair<dev_t, ino_t>;
 
@@ -42,24 +38,27 @@ std::optional<Identity> identityOf(const std::string& path) {
 void makeFolder(const std::string& path) {
     if (mkdir(path.c_str(), 0777) == 0) return;
     const int error = errno;
-    if (!isFolder(path))
+    std::error_code unknown;
+    if (!std::filesystem::is_directory(path, unknown))
         throw Failure(Exit::Failed, path, error == EEXIST ? "not a folder" : std::strerror(error));
 }
 
-std::string within(const std::string& folder, const std::string& name) {
-    return folder.back() == '/' ? folder + name : folder + "/" + name;
+void makeTree(const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error) throw Failure(Exit::Failed, path, error.message());
 }
 
 // Many pictures, one after the other: while one is read and scaled, the one before is written.
 class Batch {
   public:
     Batch(const Arguments& arguments, Report& report)
-        : mArguments(arguments), mReport(report), mLog(arguments.verbose) {
-        for (const std::string& input : arguments.inputs) {
-            addInput(input);
-        }
-        for (const std::string& input : mInputs) {
-            if (const auto identity = identityOf(input)) mIdentities.insert(*identity);
+        : mArguments(arguments),
+          mReport(report),
+          mLog(arguments.verbose),
+          mInputs(findInputs(arguments, report)) {
+        for (const Input& input : mInputs) {
+            if (const auto identity = identityOf(input.path)) mIdentities.insert(*identity);
         }
     }
 
@@ -67,10 +66,11 @@ class Batch {
         Scaler scaler(*mArguments.operation, mArguments.border, mLog);
         makeFolder(mArguments.output);
         mReport.startProgress("pictures", mInputs.size());
-        for (const std::string& input : mInputs) {
+        for (const auto& [input, folder] : mInputs) {
             std::shared_ptr<PictureJob> job;
-            const auto scale = [&] {
-                job = begin(input);
+            const auto scale = [&, &file = input, &place = folder] {
+                job = begin(file, place);
+                if (job == nullptr) return;
                 if (job->plan(scaler)) {
                     finishLast();
                     mWorker.start([job] { job->open(); });
@@ -80,7 +80,7 @@ class Batch {
             };
             const std::exception_ptr error = errorOf(scale);
             finishLast();
-            if (error) {
+            if (error || job == nullptr) {
                 settle(input, error);
             } else {
                 mLast = {input, job};
@@ -95,21 +95,20 @@ class Batch {
     }
 
   private:
-    void addInput(const std::string& input) {
-        std::vector<std::string> pictures = {input};
-        try {
-            if (isFolder(input)) pictures = picturesIn(input);
-        } catch (const Failure&) {
-            // It counts as a picture, whose turn to fail comes.
-        }
-        mInputs.insert(mInputs.end(), pictures.begin(), pictures.end());
-    }
-
-    std::shared_ptr<PictureJob> begin(const std::string& input) {
-        if (isFolder(input)) picturesIn(input);
+    // Null if there is nothing to do.
+    std::shared_ptr<PictureJob> begin(const std::string& input, const std::string& place) {
+        expectNoFolder(input);
         auto job = std::make_shared<PictureJob>(mArguments, mReport, input);
-        const std::string output = within(mArguments.output, outputName(input, job->format()));
+        const std::string folder =
+                place.empty() ? mArguments.output : within(mArguments.output, place);
+        const std::string output =
+                within(folder, outputName(input, job->format(), mArguments.suffix));
         expectUnused(input, output);
+        if (mArguments.skipExisting && identityOf(output)) {
+            ++mSkipped;
+            return nullptr;
+        }
+        if (!place.empty()) makeTree(folder);
         job->setOutput(output);
         if (mArguments.changesShape(job->from())) ++mReshaped;
         return job;
@@ -175,6 +174,10 @@ class Batch {
 
     void summarise() const {
         const std::size_t all = mInputs.size();
+        if (mSkipped > 0) {
+            mReport.note(std::to_string(mSkipped) + " of " + std::to_string(all) +
+                         " exist already and were skipped");
+        }
         if (mReshaped > 0) {
             mReport.warning(std::to_string(mReshaped) + " of " + std::to_string(all) +
                             " pictures got " + kKeepShape);
@@ -194,11 +197,12 @@ class Batch {
     const Arguments& mArguments;
     Report& mReport;
     LibraryLog mLog;
-    std::vector<std::string> mInputs;
+    const std::vector<Input> mInputs;
     std::set<Identity> mIdentities;               // of the inputs
     std::map<std::string, std::string> mOutputs;  // and what they are made from
     std::vector<std::string> mFailed;
     std::size_t mSettled = 0;
+    std::size_t mSkipped = 0;
     std::size_t mReshaped = 0;
     bool mStopped = false;
     Exit mExit = Exit::Done;
@@ -208,34 +212,11 @@ class Batch {
 
 }  // namespace
 
-std::string outputName(const std::string& input, const PictureFormat& format) {
-    const std::string name = input.substr(input.rfind('/') + 1);
-    const std::string extension = extensionOf(name);
-    const PictureFormat* named = formatNamed(extension);
-    if (named == &format) return name;
-    const std::size_t kept = named ? name.size() - extension.size() - 1 : name.size();
-    return name.substr(0, kept) + "." + format.extensions.front();
-}
-
-std::vector<std::string> picturesIn(const std::string& folder) {
-    std::vector<std::string> pictures;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string name = entry->path().filename();
-        std::error_code unknown;  // A link to nowhere is tried, and fails with a message.
-        if (name.front() == '.' || !formatNamed(extensionOf(name)) || entry->is_directory(unknown))
-            continue;
-        pictures.push_back(within(folder, name));
-    }
-    if (error) throw Failure(Exit::Failed, folder, error.message());
-    if (pictures.empty())
-        throw Failure(Exit::Failed, folder, "no " + formatNames("or") + " files in this folder");
-    std::sort(pictures.begin(), pictures.end());
-    return pictures;
-}
-
 void scalePicture(const Arguments& arguments, Report& report) {
+    if (arguments.skipExisting && identityOf(arguments.output)) {
+        report.note(arguments.output + ": exists already");
+        return;
+    }
     PictureJob job(arguments, report, arguments.inputs.front());
     job.setOutput(arguments.output);
     if (arguments.changesShape(job.from())) {

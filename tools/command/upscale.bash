@@ -13,7 +13,7 @@ _upscale() {
     fi
     $split && return
     if [[ $cur == -* ]]; then
-        COMPREPLY=($(compgen -W "$(grep -oE '^  (-h,)?--[a-z]+' <<<"$help" | grep -o -- '--.*')" -- "$cur"))
+        COMPREPLY=($(compgen -W "$(grep -oE '^  (-h,)?--[a-z-]+' <<<"$help" | grep -o -- '--.*')" -- "$cur"))
         return
     fi
     extensions=$(sed -n '/^Formats:/,/^$/p' <<<"$help" | grep -oE '\.[a-z0-9]+' | tr -d '\n')

@@ -3,6 +3,9 @@
 /// The command `upscale`: pictures through the operations of the library.
 #include <malloc.h>
 
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <optional>
@@ -37,13 +40,20 @@ Exit run(const Arguments& arguments, Report& report) {
     return Exit::Done;
 }
 
+// A text that nobody got is a failure.
+void flushOutput() {
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return;
+    throw Failure(Exit::Failed, "standard output", std::strerror(errno));
+}
+
 Exit run(int argc, char** argv) {
     Report report;
     try {
         const std::optional<Arguments> arguments = parseArguments(argc, argv);
-        if (!arguments) return Exit::Done;
-        report.choose(arguments->quiet, arguments->verbose);
-        return run(*arguments, report);
+        if (arguments) report.choose(arguments->quiet, arguments->verbose);
+        const Exit exit = arguments ? run(*arguments, report) : Exit::Done;
+        flushOutput();
+        return exit;
     } catch (const Failure& failure) {
         report.failure(failure.what());
         return failure.code();

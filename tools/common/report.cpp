@@ -1,17 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "common/report.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace upscale {
+namespace {
+
+// A file's name may have a line's end in it, and so may a driver's text; or what a terminal obeys.
+std::string printable(const std::string& text) {
+    std::string line;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        char escaped[8];
+        std::snprintf(escaped, sizeof(escaped), "\\x%02x", byte);
+        const bool space = c == '\n' || c == '\t';
+        line += space ? " " : byte < 0x20 || byte == 0x7f ? escaped : std::string(1, c);
+    }
+    return line;
+}
+
+}  // namespace
 
 void Report::failure(const std::string& message) {
     if (mProgress) mProgress->hide();
-    // A file's name may have a line's end in it, and so may a driver's text.
-    std::string line = message;
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    std::fprintf(stderr, "upscale: %s\n", line.c_str());
+    std::fprintf(stderr, "upscale: %s\n", printable(message).c_str());
 }
 
 void Report::warning(const std::string& message) {

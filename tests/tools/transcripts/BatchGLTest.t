@@ -39,6 +39,7 @@ Bad pictures do not stop the others. Files of a folder without the extension of 
   $ for name in bad.png note.txt .hidden.png; do echo junk >more/$name; done
   $ mkdir more/folder.png
   $ upscale --scale 2 more none lost.png out
+  upscale: more: 2 other entries were passed over
   upscale: more/bad.png: not a PNG, * file (glob)
   upscale: none: no PNG, * files in this folder (glob)
   upscale: lost.png: No such file or directory

@@ -23,7 +23,7 @@ What the tab key offers, by the file that bash-completion loads.
   $ offered --border p
   (pad)
   $ offered --s
-  (--scale --sharpness --size --sweep)
+  (--scale --sharpness --size --skip-existing --suffix --sweep)
   $ offered --scale ""
   ()
   $ offered --sharpness ""

@@ -1,7 +1,7 @@
 The man page and --help have the same options, and the man page has every operation, format and extension.
   $ manual() { GROFF_NO_SGR=1 man -l -Tascii "$TOOLS/upscale.1" | col -bx; }
-  $ manual | sed -n '/^OPTIONS/,/^EXIT STATUS/p' | grep -oE '^ {7}(-h, ?)?--[a-z]+' | grep -oE -- '--[a-z]+' >manual
-  $ upscale --help | sed -n '/^Scaling:/,/^Formats:/p' | grep -oE '^  (-h, ?)?--[a-z]+' | grep -oE -- '--[a-z]+' >help
+  $ manual | sed -n '/^OPTIONS/,/^EXIT STATUS/p' | grep -oE '^ {7}(-h, ?)?--[a-z-]+' | grep -oE -- '--[a-z-]+' >manual
+  $ upscale --help | sed -n '/^Scaling:/,/^Formats:/p' | grep -oE '^  (-h, ?)?--[a-z-]+' | grep -oE -- '--[a-z-]+' >help
   $ [ $(wc -l <help) -gt 20 ]
   $ diff manual help
   $ manual | tr -cs 'A-Za-z0-9.-' '\n' | sed 's/[.,]*$//' | sort -u >words
