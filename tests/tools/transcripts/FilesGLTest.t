@@ -7,20 +7,26 @@ Sizes are rounded to whole pixels. Only --size with both sides can change the sh
   $ for target in '--scale 50%' '--scale 1.57' '--size 61x' '--size x9' '--size 1x' '--fit 60x60' '--fit 60x17' '--size 16x7'; do
   >     upscale --op nea $target --force wide.png out.png; size out.png
   > done
+  upscale: warning: wide.png: 20x9 is smaller; operations skip pixels, so fine detail aliases
   out.png 20x9
   out.png 63x27
   out.png 61x26
+  upscale: warning: wide.png: 21x9 is smaller; operations skip pixels, so fine detail aliases
   out.png 21x9
+  upscale: warning: wide.png: 1x1 is smaller; operations skip pixels, so fine detail aliases
   out.png 1x1
   out.png 60x26
   out.png 40x17
+  upscale: warning: wide.png: 16x7 is smaller; operations skip pixels, so fine detail aliases
   out.png 16x7
   $ upscale --op nea --size 20x20 wide.png --force out.png
   upscale: warning: wide.png: 40x17 to 20x20 is another shape; --fit keeps it
+  upscale: warning: wide.png: 20x20 is smaller; operations skip pixels, so fine detail aliases
   $ head -c 2720 /dev/zero | upscale --raw 40x17 --op nea --quiet --size 20x20 - - | wc -c
   1600
   $ upscale --op nea --size 20x20 wide.png in.png new/
   upscale: warning: 2 of 2 pictures got another shape; --fit keeps it
+  upscale: warning: 1 of 2 pictures became smaller; operations skip pixels, so fine detail aliases
   $ rm -r wide.png out.png new
 
 --force replaces a file and keeps its mode and a link to it; it works in place too.
