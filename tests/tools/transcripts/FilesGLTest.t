@@ -129,6 +129,17 @@ The content of an input decides its format, and the name of an output.
   16x12 to 32x24
   ms: read
 
+The default sharpness goes by the scale.
+  $ for scale in 50% 1 1.25 2 3.5 9; do
+  >     upscale --op cas --scale $scale --verbose --force in.png new.png 2>&1 | grep -o ' sharpness [0-9.]*'
+  > done
+   sharpness 0.25
+   sharpness 0.25
+   sharpness 0.325
+   sharpness 0.4
+   sharpness 0.45
+   sharpness 0.3
+
 The disk fills up. The limit, in blocks of 512 bytes, is less than the output, which is large, and more than the files in
 memory that a driver's compiler may use.
   $ convert -size 100x100 xc:teal +noise Random -depth 8 noise.png
