@@ -54,7 +54,7 @@ Picture scaled(const Operation& operation, const Picture& source, Size to,
     LibraryLog log(false);
     Scaler scaler(operation, Border::Pad, log, limits);
     const upscale::ScalePlan plan = scaler.plan({source.width, source.height}, to);
-    return scaler.scale(source, plan, operation.defaultSharpness);
+    return scaler.scale(source, plan, operation.defaults.front());
 }
 
 class ScalerGLTest : public testing::TestWithParam<Operation> {

@@ -173,9 +173,14 @@ void setPaths(Arguments& arguments, std::vector<std::string> paths) {
 
 void printList() {
     for (const Operation& operation : kOperations) {
-        std::printf("%-12s %s\n%-12s sharpness %s; default %g\n", operation.name,
-                    operation.description, "", operation.scale->words,
-                    static_cast<double>(operation.defaultSharpness));
+        std::printf("%-12s %s\n%-12s sharpness %s; default", operation.name, operation.description,
+                    "", operation.scale->words);
+        for (std::size_t i = 0; i < operation.defaults.size(); ++i) {
+            std::printf("%s %g at %gx", i == 0 ? "" : ",",
+                        static_cast<double>(operation.defaults[i]),
+                        static_cast<double>(kScalesOfDefaults[i]));
+        }
+        std::puts("");
     }
 }
 
@@ -549,9 +554,8 @@ void CommandLine::expectForFolder() const {
 void CommandLine::readSharpness() {
     if (!mArguments.operation) mArguments.operation = &kOperations.front();
     const Operation& operation = *mArguments.operation;
-    mArguments.sharpness = given("--sharpness")
-                                   ? parseSharpness("--sharpness", mSharpness, operation)
-                                   : operation.defaultSharpness;
+    if (given("--sharpness"))
+        mArguments.sharpness = parseSharpness("--sharpness", mSharpness, operation);
     if (mArguments.task == kSweep) mArguments.sweep = parseSweep(mSweep, operation);
 }
 

@@ -37,7 +37,7 @@ struct Arguments {
     Task task = kPictures;
 
     const Operation* operation = nullptr;
-    float sharpness = 0;
+    std::optional<float> sharpness;
     TargetSize target;
     Border border = Border::Pad;
     /// Null with `intoFolder` alone: each picture's own.
@@ -69,12 +69,19 @@ struct Arguments {
     /// left.
     /// @param input as `Failure` names it.
     Size outputSize(const std::string& input, Size from) const;
+    /// The sharpness for a picture.
+    float sharpnessFor(Size from, Size to) const {
+        return sharpness ? *sharpness : defaultSharpness(*operation, from, to);
+    }
     /// Whether --size gives an input of the given size another shape.
     bool changesShape(Size from) const { return target.size && !keepsShape(from, target.of(from)); }
 };
 
 /// The end of a warning about that.
 constexpr char kKeepShape[] = "another shape; --fit keeps it";
+
+/// The end of a warning about a picture that is reduced.
+constexpr char kAliases[] = "smaller; operations skip pixels, so fine detail aliases";
 
 /// Reads the command line. Throws `Failure` for wrong usage.
 /// @return nothing if the command line asked for a text (help, list, version), which is printed.

@@ -79,7 +79,8 @@ PictureJob::PictureJob(const Arguments& arguments, Report& report, const std::st
       mPicture(openPicture(input)),
       mFormat(arguments.format ? *arguments.format : *mPicture.format),
       mFrom{mPicture.reader->width(), mPicture.reader->height()},
-      mTo(arguments.outputSize(input, mFrom)) {}
+      mTo(arguments.outputSize(input, mFrom)),
+      mSharpness(arguments.sharpnessFor(mFrom, mTo)) {}
 
 void PictureJob::setOutput(const std::string& path) {
     mOutput = path;
@@ -115,7 +116,7 @@ void PictureJob::scale(Scaler& scaler) {
         expectWritable(mTransparent);
         mPicture.reader.reset();
         mReadTime = watch.lap();
-        mResult = scaler.scale(std::move(source), mPlan, mArguments.sharpness);
+        mResult = scaler.scale(std::move(source), mPlan, mSharpness);
     }
     mDriver = scaler.driver();
     mTimes = scaler.takeTimes();
@@ -134,7 +135,7 @@ void PictureJob::scaleRows(Scaler& scaler) {
     WatchedSource source(*mPicture.reader, mReadTime);
     const auto check = [&] { expectWritable(source.transparent()); };
     WatchedSink sink(*writer, mWriteTime, check);
-    scaler.scale(source, mPlan, mArguments.sharpness, sink);
+    scaler.scale(source, mPlan, mSharpness, sink);
     check();
     Stopwatch watch;
     writer->finish();
@@ -161,7 +162,7 @@ void PictureJob::reportTimes() const {
     if (!mReport.verbose()) return;
     char line[1024];
     std::snprintf(line, sizeof(line), "%s, sharpness %g: %s to %s (with its border, %s to %s)%s",
-                  mArguments.operation->name, static_cast<double>(mArguments.sharpness),
+                  mArguments.operation->name, static_cast<double>(mSharpness),
                   inPixels(mFrom).c_str(), inPixels(mTo).c_str(), inPixels(mPlan.from).c_str(),
                   inPixels(mPlan.to).c_str(), mTransparent ? ", with transparency" : "");
     mReport.note("driver: " + mDriver);

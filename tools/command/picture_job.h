@@ -49,6 +49,7 @@ class PictureJob {
     OpenPicture mPicture;
     const PictureFormat& mFormat;
     Size mFrom, mTo;
+    float mSharpness;
     ScalePlan mPlan = {};
     bool mByRows = false;
     std::unique_ptr<OutputFile> mFile;

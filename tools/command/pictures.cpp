@@ -111,6 +111,7 @@ class Batch {
         if (!place.empty()) makeTree(folder);
         job->setOutput(output);
         if (mArguments.changesShape(job->from())) ++mReshaped;
+        if (reduces(job->from(), job->to())) ++mReduced;
         return job;
     }
 
@@ -182,6 +183,10 @@ class Batch {
             mReport.warning(std::to_string(mReshaped) + " of " + std::to_string(all) +
                             " pictures got " + kKeepShape);
         }
+        if (mReduced > 0) {
+            mReport.warning(std::to_string(mReduced) + " of " + std::to_string(all) +
+                            " pictures became " + kAliases);
+        }
         if (mFailed.empty() || all < 2) return;
         std::string names;
         for (std::size_t i = 0; i < std::min(mFailed.size(), kMostNamed); ++i) {
@@ -204,6 +209,7 @@ class Batch {
     std::size_t mSettled = 0;
     std::size_t mSkipped = 0;
     std::size_t mReshaped = 0;
+    std::size_t mReduced = 0;
     bool mStopped = false;
     Exit mExit = Exit::Done;
     std::pair<std::string, std::shared_ptr<PictureJob>> mLast;  // that the worker writes
@@ -222,6 +228,9 @@ void scalePicture(const Arguments& arguments, Report& report) {
     if (arguments.changesShape(job.from())) {
         report.warning(arguments.inputs.front() + ": " + inPixels(job.from()) + " to " +
                        inPixels(job.to()) + " is " + kKeepShape);
+    }
+    if (reduces(job.from(), job.to())) {
+        report.warning(arguments.inputs.front() + ": " + inPixels(job.to()) + " is " + kAliases);
     }
     LibraryLog log(arguments.verbose);
     Scaler scaler(*arguments.operation, arguments.border, log);

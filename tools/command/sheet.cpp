@@ -237,7 +237,7 @@ class Sheet {
         // Each has an `Upscaler` of its own, one after the other: an operation may free what
         // another has left.
         for (const Operation& operation : kOperations) {
-            add(operation, {operation.defaultSharpness});
+            add(operation, {defaultSharpness(operation, mFrom, mTo)});
         }
     }
 

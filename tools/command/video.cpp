@@ -50,13 +50,13 @@ std::optional<std::uint64_t> frameCount(const FileSource& source, const FrameRea
     return source.size() / (reader.header().format.bytes() + header);
 }
 
-void tell(const Arguments& arguments, const std::string& driver, const ScalePlan& plan,
-          const FrameTimes& times, double milliseconds, Report& report) {
+void tell(const Arguments& arguments, const std::string& driver, float sharpness,
+          const ScalePlan& plan, const FrameTimes& times, double milliseconds, Report& report) {
     const auto frames = static_cast<double>(std::max<std::uint64_t>(times.frames, 1));
     char line[256];
     report.note("driver: " + driver);
     std::snprintf(line, sizeof(line), "%s, sharpness %g: %llu frames, %.1f a second",
-                  arguments.operation->name, static_cast<double>(arguments.sharpness),
+                  arguments.operation->name, static_cast<double>(sharpness),
                   static_cast<unsigned long long>(times.frames), frames * 1000 / milliseconds);
     report.note(std::string(line) + "; with the border, " + inPixels(plan.from) + " to " +
                 inPixels(plan.to));
@@ -89,6 +89,10 @@ void scaleVideo(const Arguments& arguments, Report& report) {
         report.warning(source.name() + ": " + inPixels(size) + " to " + inPixels(scaled) + " is " +
                        kKeepShape);
     }
+    if (reduces(size, scaled)) {
+        report.warning(source.name() + ": " + inPixels(scaled) + " is " + kAliases);
+    }
+    const float sharpness = arguments.sharpnessFor(size, scaled);
     FrameFormat to = from;
     to.width = scaled.width;
     to.height = scaled.height;
@@ -108,14 +112,15 @@ void scaleVideo(const Arguments& arguments, Report& report) {
     }
     report.startProgress("frames", frameCount(source, *reader));
     Stopwatch watch;
-    const FrameTimes times = workFrames(
-            runner, {*reader, sink, from, to, plan, arguments.sharpness, [&] { source.cancel(); },
-                     [&](std::uint64_t frames) { report.progress(frames); }});
+    const FrameTimes times =
+            workFrames(runner, {*reader, sink, from, to, plan, sharpness, [&] { source.cancel(); },
+                                [&](std::uint64_t frames) { report.progress(frames); }});
     report.endProgress();
     if (file) file->commit();
     if (times.alphaLost)
         report.warning(source.name() + ": frames are transparent in parts; the output is opaque");
-    if (report.verbose()) tell(arguments, runner.driver(), plan, times, watch.lap(), report);
+    if (report.verbose())
+        tell(arguments, runner.driver(), sharpness, plan, times, watch.lap(), report);
 }
 
 }  // namespace upscale

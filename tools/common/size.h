@@ -27,6 +27,11 @@ inline bool keepsShape(Size from, Size to) {
     return std::max(one, other) - std::min(one, other) < std::max(from.width, from.height);
 }
 
+/// Whether a side becomes shorter.
+inline bool reduces(Size from, Size to) {
+    return to.width < from.width || to.height < from.height;
+}
+
 inline std::string inPixels(Size size) {
     return std::to_string(size.width) + "x" + std::to_string(size.height);
 }

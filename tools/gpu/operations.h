@@ -4,8 +4,11 @@
 
 #include <upscaler/upscaler.h>
 
+#include <array>
 #include <string>
 #include <vector>
+
+#include "common/size.h"
 
 namespace upscale {
 
@@ -16,6 +19,9 @@ struct SharpnessScale {
     const char* words;
 };
 
+/// The scales for which operations have a default sharpness; in between it changes evenly.
+constexpr std::array<float, 5> kScalesOfDefaults = {1.0f, 1.5f, 2.0f, 3.0f, 4.0f};
+
 /// One of the library's operations, as the command offers it.
 struct Operation {
     using Method = void (android::Upscaler::*)(android::sp<android::GraphicBuffer>& source,
@@ -25,11 +31,14 @@ struct Operation {
     Method method;
     const char* description;
     const SharpnessScale* scale;
-    float defaultSharpness;
+    std::array<float, kScalesOfDefaults.size()> defaults;  ///< Sharpness at `kScalesOfDefaults`.
     bool mixesColours;  ///< Otherwise hue and saturation are those of one pixel.
 };
 
 extern const std::vector<Operation> kOperations;
+
+/// The sharpness unless another one is asked for.
+float defaultSharpness(const Operation& operation, Size from, Size to);
 
 /// @return null if no operation has that name.
 const Operation* findOperation(const std::string& name);

@@ -7,20 +7,26 @@ Sizes are rounded to whole pixels. Only --size with both sides can change the sh
   $ for target in '--scale 50%' '--scale 1.57' '--size 61x' '--size x9' '--size 1x' '--fit 60x60' '--fit 60x17' '--size 16x7'; do
   >     upscale --op nea $target --force wide.png out.png; size out.png
   > done
+  upscale: warning: wide.png: 20x9 is smaller; operations skip pixels, so fine detail aliases
   out.png 20x9
   out.png 63x27
   out.png 61x26
+  upscale: warning: wide.png: 21x9 is smaller; operations skip pixels, so fine detail aliases
   out.png 21x9
+  upscale: warning: wide.png: 1x1 is smaller; operations skip pixels, so fine detail aliases
   out.png 1x1
   out.png 60x26
   out.png 40x17
+  upscale: warning: wide.png: 16x7 is smaller; operations skip pixels, so fine detail aliases
   out.png 16x7
   $ upscale --op nea --size 20x20 wide.png --force out.png
   upscale: warning: wide.png: 40x17 to 20x20 is another shape; --fit keeps it
+  upscale: warning: wide.png: 20x20 is smaller; operations skip pixels, so fine detail aliases
   $ head -c 2720 /dev/zero | upscale --raw 40x17 --op nea --quiet --size 20x20 - - | wc -c
   1600
   $ upscale --op nea --size 20x20 wide.png in.png new/
   upscale: warning: 2 of 2 pictures got another shape; --fit keeps it
+  upscale: warning: 1 of 2 pictures became smaller; operations skip pixels, so fine detail aliases
   $ rm -r wide.png out.png new
 
 --force replaces a file and keeps its mode and a link to it; it works in place too.
@@ -128,6 +134,17 @@ The content of an input decides its format, and the name of an output.
   fsr, sharpness
   16x12 to 32x24
   ms: read
+
+The default sharpness goes by the scale.
+  $ for scale in 50% 1 1.25 2 3.5 9; do
+  >     upscale --op cas --scale $scale --verbose --force in.png new.png 2>&1 | grep -o ' sharpness [0-9.]*'
+  > done
+   sharpness 0.25
+   sharpness 0.25
+   sharpness 0.325
+   sharpness 0.4
+   sharpness 0.45
+   sharpness 0.3
 
 The disk fills up. The limit, in blocks of 512 bytes, is less than the output, which is large, and more than the files in
 memory that a driver's compiler may use.

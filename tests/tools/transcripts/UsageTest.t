@@ -79,7 +79,7 @@ Texts go to standard output, failures to standard error.
   upscale VERSION
   $ upscale --list 2>/dev/null | head -2
   fsr          edge-adaptive upscaling, then sharpening
-               sharpness in stops: 0 strongest, each +1 halves it; default 0.5
+               sharpness in stops: 0 strongest, each +1 halves it; default 0.5 at 1x, 1 at 1.5x, * (glob)
   $ upscale --help 2>/dev/null | sed -n 1p
   Usage: upscale SIZE [OPTION...] IN OUT
   $ upscale --size 5 --help | grep .
