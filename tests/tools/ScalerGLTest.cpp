@@ -5,9 +5,17 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <ostream>
 #include <string>
 
 #include "painted.h"
+
+namespace upscale {
+// In a test's name.
+static void PrintTo(const Operation& operation, std::ostream* stream) {
+    *stream << operation.name;
+}
+}  // namespace upscale
 
 namespace {
 
