@@ -13,7 +13,7 @@ of pixels: kept except for the rounding to whole pixels, from anamorphic to squa
   YUV4MPEG2 W1024 H576 A1:1
   $ header 'W4 H3 A0:0' 5x6
   YUV4MPEG2 W5 H6 A0:0
-  $ header 'W499 H491 A4294967291:4294967279' 2x487
+  $ header 'W499 H491 A4294967291:4294967279' 2x487 --quiet
   YUV4MPEG2 W2 H487 A1990762493:8044543
 
 These frames are refused.
